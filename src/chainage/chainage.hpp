@@ -1,0 +1,38 @@
+// Chainage text: reading, writing and the long-chain mark, shared by every subsystem that
+// passes chainages through the broken-chain arithmetic.
+#pragma once
+
+#include <string>
+
+namespace rcc {
+
+/// Sentinel length: the second chainage lies before the first (and is not marked).
+constexpr double kLengthBeforeStart = -1.0;
+
+/// Reads a chainage text like std::stod: leading blanks skipped, the longest strtod prefix
+/// converted, the rest ignored. Throws std::invalid_argument("invalid stod argument") when
+/// nothing converts, then std::out_of_range("stod argument out of range") on a range error.
+double parseDKText(const std::string& text);
+
+/// A text is marked (second occurrence behind a long chain) when its very first character
+/// is '0' and its value is not zero.
+bool isMarkedDK(const std::string& text, double value);
+
+/// Fixed notation with six decimals, as printf("%f").
+std::string formatDK(double value);
+
+/// formatDK with one '0' in front: the second occurrence of a repeated chainage.
+std::string formatMarkedDK(double value);
+
+/// A chainage text read once: its value and whether it carries the mark.
+struct DKValue {
+    double value;
+    bool marked;
+};
+
+inline DKValue readDK(const std::string& text) {
+    const double value = parseDKText(text);
+    return {value, isMarkedDK(text, value)};
+}
+
+}  // namespace rcc

@@ -1,0 +1,2 @@
+// Internal declarations of the drawing subsystem.
+#pragma once

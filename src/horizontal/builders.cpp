@@ -1,0 +1,72 @@
+// The seven public element builders: each derives one record from the designer's data and
+// appends it. Lengths between chainages are measured through the object's broken chains.
+#include "horizontal/horizontal.hpp"
+
+#include <cmath>
+
+void RoadCurvesCalculation::inputLine(double startDK, double endDK, double startX,
+                                      double startY, double bearing) {
+    const double length = calculateLengthBetween2DKs(startDK, endDK);
+    RoadCurve line;  // line defaults: radii +inf, curvatures 0, turnDirection 0
+    line.startDK = startDK;
+    line.endDK = endDK;
+    line.startX = startX;
+    line.startY = startY;
+    line.endX = std::cos(bearing) * length + startX;
+    line.endY = std::sin(bearing) * length + startY;
+    line.startBearing = line.endBearing = bearing;
+    line.length = length;
+    line.curveType = 0;
+    line.integrationStep = rcc::kIntegrationStep;
+    elements.push_back(line);
+}
+
+void RoadCurvesCalculation::inputLineCoor(double startDK, double startX, double startY,
+                                          double endX, double endY) {
+    const double dx = endX - startX;
+    const double dy = endY - startY;
+    const double endDK = calculateDKfromLength(startDK, std::sqrt(dx * dx + dy * dy));
+    elements.push_back(rcc::lineFromPoints(startDK, endDK, startX, startY, endX, endY));
+}
+
+void RoadCurvesCalculation::inputCurve(double startDK, double endDK, double startX,
+                                       double startY, double radius, int turnDirection,
+                                       double startBearing) {
+    const double length = calculateLengthBetween2DKs(startDK, endDK);
+    elements.push_back(rcc::curveFromRadii(startDK, length, startX, startY, startBearing,
+                                           radius, radius, turnDirection));
+}
+
+void RoadCurvesCalculation::inputCurveCoor(double startDK, double startX, double startY,
+                                           double endX, double endY, double radius,
+                                           int turnDirection) {
+    elements.push_back(
+        rcc::arcFromChord(startDK, startX, startY, endX, endY, radius, turnDirection));
+}
+
+void RoadCurvesCalculation::inputInTransitionCurve(double startDK, double endDK,
+                                                   double startX, double startY,
+                                                   double radius, int turnDirection,
+                                                   double startBearing) {
+    inputIncompleteTransitionCurve(startDK, endDK, startX, startY, rcc::kInfiniteRadius,
+                                   radius, turnDirection, startBearing);
+}
+
+void RoadCurvesCalculation::inputOutTransitionCurve(double startDK, double endDK,
+                                                    double startX, double startY,
+                                                    double radius, int turnDirection,
+                                                    double startBearing) {
+    inputIncompleteTransitionCurve(startDK, endDK, startX, startY, radius,
+                                   rcc::kInfiniteRadius, turnDirection, startBearing);
+}
+
+void RoadCurvesCalculation::inputIncompleteTransitionCurve(double startDK, double endDK,
+                                                           double startX, double startY,
+                                                           double startRadius,
+                                                           double endRadius,
+                                                           int turnDirection,
+                                                           double startBearing) {
+    const double length = calculateLengthBetween2DKs(startDK, endDK);
+    elements.push_back(rcc::curveFromRadii(startDK, length, startX, startY, startBearing,
+                                           startRadius, endRadius, turnDirection));
+}

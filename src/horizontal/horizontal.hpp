@@ -1,0 +1,69 @@
+// Horizontal geometry shared by the builders, the queries, the intersection-point
+// conversion and the design-drawing analysis: angle helpers, the three element
+// constructions and the fixed-step evaluation of curved elements.
+#pragma once
+
+#include "qv_roadCurveCalculation_alg.h"
+
+#include <limits>
+
+namespace rcc {
+
+constexpr double kPi = 3.141592653589793;
+constexpr double kHalfPi = 1.5707963267948966;
+constexpr double kTwoPi = 6.283185307179586;
+
+/// Step length, in length units, of the fixed-step evaluation of every element built from
+/// the designer's data (also stored in lines, where it is not used).
+constexpr double kIntegrationStep = 0.0001;
+/// The radius of a straight end: IEEE +inf, curvature 0. Tested by exact equality.
+constexpr double kInfiniteRadius = std::numeric_limits<double>::infinity();
+/// Bearing result of the point-at-chainage query on an object without elements.
+constexpr double kNoElementsBearing = -99.0;
+
+/// Brings a bearing that atan2 gave into [0, 2pi) by adding 2pi to a negative value.
+inline double normalizeBearing(double bearing) { return bearing < 0 ? bearing + kTwoPi : bearing; }
+
+/// Bearing in [0, 2pi) of the direction from (x1, y1) to (x2, y2).
+double bearingBetween(double x1, double y1, double x2, double y2);
+
+/// The straight from (x1, y1) to (x2, y2) with the given chainages; length is the plane
+/// distance, both bearings the normalised chord bearing.
+RoadCurve lineFromPoints(double startDK, double endDK, double x1, double y1, double x2, double y2);
+
+/// The arc of `radius` from (x1, y1) to (x2, y2), shorter than a semicircle, turning by
+/// `turnDirection` (any value but 1 counts as -1). Bearings are remainders of the radius
+/// directions plus or minus pi/2; endDK = startDK + length. NaN when radius < chord / 2.
+RoadCurve arcFromChord(double startDK, double x1, double y1, double x2, double y2, double radius,
+                       int turnDirection);
+
+/// A curved element of `length` from a start point and bearing, curvature ramping from
+/// 1/startRadius to 1/endRadius (0 for +inf); kind 2 (from +inf), 3 (to +inf), 1 (equal) or
+/// 4. End point and bearing are the fixed-step evaluation at s = length.
+RoadCurve curveFromRadii(double startDK, double length, double x, double y, double startBearing,
+                         double startRadius, double endRadius, int turnDirection);
+
+/// A point of an element and the tangent bearing there (radians, not normalised).
+struct CurvePoint {
+    double x;
+    double y;
+    double bearing;
+};
+
+/// The fixed-step evaluation of a curved element at distance s from its start: from the
+/// record's start point, bearing and turnDirection, each step of length `step` first turns
+/// the bearing by the curvature at the step's start (startCurvature ramping linearly to
+/// endCurvature over rampLength), then moves `step` along it, until the accumulated
+/// distance exceeds s; so s = 0 already takes one step. Negative or NaN s returns the start.
+/// A step that is not positive, s = +inf, or an s that the accumulated distance can never
+/// pass give NaN. The scheme follows the true element to within about 1e-4 at step 1e-4
+/// (it leads by half a step in bearing and may stop up to one step past s).
+CurvePoint integrateCurve(const RoadCurve& curve, double s, double startCurvature,
+                          double endCurvature, double rampLength, double step);
+
+/// The literal step-by-step loop behind integrateCurve: one sine and one cosine per step.
+/// Kept as the reference the production evaluator is tested against.
+CurvePoint integrateCurveLiteral(const RoadCurve& curve, double s, double startCurvature,
+                                 double endCurvature, double rampLength, double step);
+
+}  // namespace rcc

@@ -1,0 +1,2 @@
+// Internal declarations of the intersection subsystem.
+#pragma once

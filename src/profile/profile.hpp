@@ -1,0 +1,2 @@
+// Internal declarations of the profile subsystem.
+#pragma once

@@ -1,0 +1,190 @@
+// Chainage text and broken-chain arithmetic: marks, short chains, long chains, repeated
+// stretches and the two standard exceptions.
+#include "chainage/chainage.hpp"
+#include "qv_roadCurveCalculation_alg.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+struct DKCase {
+    const char* dk;
+    double length;
+    const char* expected;
+};
+
+struct LengthCase {
+    const char* dk1;
+    const char* dk2;
+    double expected;
+};
+
+BrokenChainSet shortChainSet() {
+    BrokenChainSet set;
+    set.addChain(BrokenChain{1, 1000.0, 1050.0});  // 1000..1050 does not exist
+    return set;
+}
+
+BrokenChainSet longChainSet() {
+    BrokenChainSet set;
+    set.addChain(BrokenChain{0, 1100.0, 1000.0});  // 1000..1100 occurs twice
+    return set;
+}
+
+// Hand-derived: ahead of the break plain addition; past it the gap is skipped (short) or
+// the repeated stretch re-entered marked (long).
+void expectDKs(const BrokenChainSet& set, std::initializer_list<DKCase> cases) {
+    for (const DKCase& c : cases) {
+        EXPECT_EQ(set.calculateDKfromLength(c.dk, c.length), c.expected)
+            << "from " << c.dk << " by " << c.length;
+    }
+}
+
+void expectLengths(const BrokenChainSet& set, std::initializer_list<LengthCase> cases) {
+    for (const LengthCase& c : cases) {
+        EXPECT_EQ(set.calculateLengthBetween2DKs(c.dk1, c.dk2), c.expected)
+            << c.dk1 << " to " << c.dk2;
+    }
+}
+
+}  // namespace
+
+TEST(ChainageText, ReadsLikeStodAndIgnoresTrailingText) {
+    EXPECT_EQ(rcc::parseDKText("  1050.5"), 1050.5);
+    EXPECT_EQ(rcc::parseDKText("1050.5abc"), 1050.5);
+    EXPECT_EQ(rcc::parseDKText("1e3"), 1000.0);
+    EXPECT_TRUE(std::isnan(rcc::parseDKText("nan")));
+}
+
+TEST(ChainageText, MalformedTextThrowsTheStandardMessages) {
+    for (const char* bad : {"", "abc", " ", "-", "."}) {
+        try {
+            rcc::parseDKText(bad);
+            ADD_FAILURE() << "no exception for '" << bad << "'";
+        } catch (const std::invalid_argument& e) {
+            EXPECT_STREQ(e.what(), "invalid stod argument");
+        }
+    }
+    for (const char* huge : {"1e999", "-1e999", "1e-400"}) {
+        try {
+            rcc::parseDKText(huge);
+            ADD_FAILURE() << "no exception for '" << huge << "'";
+        } catch (const std::out_of_range& e) {
+            EXPECT_STREQ(e.what(), "stod argument out of range");
+        }
+    }
+}
+
+TEST(ChainageMark, OnlyALiteralLeadingZeroOnANonZeroValueMarks) {
+    for (const char* marked : {"01020", "0.5", "00.5", "0.500000"}) {
+        EXPECT_TRUE(rcc::readDK(marked).marked) << marked;
+    }
+    for (const char* plain :
+         {"0", "0.000000", "000", "00.0", "-01020", " 01020", "+01020", "1020"}) {
+        EXPECT_FALSE(rcc::readDK(plain).marked) << plain;
+    }
+}
+
+TEST(ChainageText, WritesSixDecimalsAndTheMark) {
+    EXPECT_EQ(rcc::formatDK(1234.5), "1234.500000");
+    EXPECT_EQ(rcc::formatDK(-0.25), "-0.250000");
+    EXPECT_EQ(rcc::formatDK(0.1234567), "0.123457");  // rounded to six decimals
+    EXPECT_EQ(rcc::formatMarkedDK(1020.5), "01020.500000");
+    EXPECT_EQ(rcc::formatMarkedDK(0.5), "00.500000");
+    const rcc::DKValue back = rcc::readDK(rcc::formatMarkedDK(1050.0));
+    EXPECT_EQ(back.value, 1050.0);
+    EXPECT_TRUE(back.marked);
+}
+
+TEST(ShortChain, SkipsTheMissingNumbersWhenPassed) {
+    expectDKs(shortChainSet(), {{"900", 50, "950.000000"},
+                                {"900", 100, "1000.000000"},  // at the break: not yet skipped
+                                {"900", 150, "1100.000000"},
+                                {"1000", 10, "1060.000000"},
+                                {"1060", 10, "1070.000000"},
+                                {"1020", 10, "1030.000000"}});  // start inside the gap: as is
+    expectLengths(shortChainSet(), {{"900", "1050", 100},
+                                    {"900", "1060", 110},
+                                    {"900", "1020", 120},  // end inside the gap: no correction
+                                    {"1050", "1060", 10},
+                                    {"1000", "1050", 0}});
+}
+
+TEST(LongChain, AStartAheadOfTheBreakComesBackMarkedInTheRepeatedStretch) {
+    expectDKs(longChainSet(), {{"900", 150, "1050.000000"},
+                               {"900", 200, "1100.000000"},
+                               {"900", 250, "01050.000000"},
+                               {"900", 350, "1150.000000"},
+                               {"1050", 60, "01010.000000"},
+                               {"01050", 20, "01070.000000"},
+                               {"01050", 60, "1110.000000"},
+                               {"900", -50, "850.000000"}});
+}
+
+TEST(LongChain, CountsTheRepeatedStretchTwice) {
+    expectLengths(longChainSet(), {{"900", "1050", 150},
+                                   {"900", "01050", 250},
+                                   {"900", "1100", 200},
+                                   {"900", "01100", 300},
+                                   {"900", "1150", 350},
+                                   {"1050", "01020", 70},
+                                   {"01050", "1150", 100},
+                                   {"1050", "01050", 100},  // both occurrences of one number
+                                   {"1050", "1020", -1.0}});
+}
+
+TEST(LongChain, AMarkedStartIsNeverReducedByALaterLongChain) {
+    BrokenChainSet set = longChainSet();
+    set.addChain(BrokenChain{0, 1300.0, 1250.0});
+    EXPECT_EQ(set.calculateDKfromLength("01050", 300), "1350.000000");
+    EXPECT_EQ(set.calculateLengthBetween2DKs("01050", "1350"), 300.0);
+}
+
+TEST(NumberForms, WorkOnSixDecimalTextAndLoseTheMark) {
+    const BrokenChainSet set = longChainSet();
+    EXPECT_EQ(set.calculateDKfromLength(900.0, 250.0), 1050.0);
+    EXPECT_EQ(set.calculateLengthBetween2DKs(900.0, 1150.0), 350.0);
+    // 0.5 is written "0.500000", a marked text: the long chain is never added for it.
+    EXPECT_EQ(set.calculateLengthBetween2DKs(0.5, 1150.0), 1149.5);
+    EXPECT_EQ(set.calculateLengthBetween2DKs(900.0000004, 900.0000001), 0.0);
+}
+
+TEST(EmptyChainSet, IsPlainArithmetic) {
+    const BrokenChainSet set;
+    EXPECT_EQ(set.calculateDKfromLength("12.5", 7.25), "19.750000");
+    EXPECT_EQ(set.calculateLengthBetween2DKs("20", "10"), -1.0);
+    EXPECT_EQ(set.calculateLengthBetween2DKs("20", "010"), -10.0);  // marked end: no sentinel
+    EXPECT_EQ(set.calculateDKfromLength("nan", 1.0), "nan");
+}
+
+TEST(ChainSetExceptions, FirstTextIsReadBeforeTheSecond) {
+    const BrokenChainSet set = longChainSet();
+    EXPECT_THROW(set.calculateLengthBetween2DKs("abc", "1e999"), std::invalid_argument);
+    EXPECT_THROW(set.calculateLengthBetween2DKs("1e999", "abc"), std::out_of_range);
+    EXPECT_THROW(set.calculateDKfromLength("", 1.0), std::invalid_argument);
+}
+
+TEST(ChainSetValueSemantics, CopiesMovesAndReplacementsKeepTheirOwnLists) {
+    BrokenChainSet a = longChainSet();
+    a.addChain(BrokenChain{1, 2000.0, 2050.0});
+    BrokenChainSet copy = a;
+    copy.clearChains();
+    EXPECT_EQ(a.getChains().size(), 2u);
+
+    BrokenChainSet moved = std::move(a);
+    EXPECT_TRUE(a.getChains().empty());  // NOLINT(bugprone-use-after-move): documented state
+    EXPECT_EQ(moved.getChains().size(), 2u);
+
+    BrokenChainSet& self = moved;
+    moved = std::move(self);
+    moved = self;
+    EXPECT_EQ(moved.getChains().size(), 2u);
+
+    moved.setChains({BrokenChain{1, 5.0, 6.0}});
+    ASSERT_EQ(moved.getChains().size(), 1u);
+    EXPECT_EQ(moved.getChains()[0].beforeDK, 5.0);
+}

@@ -1,0 +1,17 @@
+# Install the built library to a private prefix, then configure, build and run the consumer.
+file(REMOVE_RECURSE ${WORK_DIR})
+set(prefix ${WORK_DIR}/prefix)
+function(run)
+  execute_process(COMMAND ${ARGV} RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed (${rc}): ${ARGV}")
+  endif()
+endfunction()
+if(NOT BUILD_TYPE)
+  set(BUILD_TYPE Release)
+endif()
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix} --config ${BUILD_TYPE})
+run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${WORK_DIR}/build
+    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_BUILD_TYPE=${BUILD_TYPE})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build --config ${BUILD_TYPE})
+run(${WORK_DIR}/build/package_consumer)
