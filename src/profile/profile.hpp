@@ -1,2 +1,28 @@
-// Internal declarations of the profile subsystem.
+// Internal declarations of the profile subsystem: the kind codes, concavity signs and
+// status values of the vertical-profile conversion.
 #pragma once
+
+namespace rcc {
+
+/// curveType of a profile piece: a grade line, and the first and second half of a
+/// parabolic vertical curve (the half that leaves the incoming grade line, and the half
+/// that joins the outgoing one).
+constexpr int kGradeLinePiece = 0;
+constexpr int kFirstHalfPiece = 5;
+constexpr int kSecondHalfPiece = 6;
+
+/// concavity of a vertical curve: a crest bends below its grade lines, a sag above them.
+/// A grade line carries kNoConcavity.
+constexpr int kCrest = -1;
+constexpr int kSag = 1;
+constexpr int kNoConcavity = 0;
+
+/// pointType of the grade-change points that open and close a profile.
+constexpr int kProfileEndPoint = 0;
+
+/// Status of the conversion: done (or nothing to do), and refused with nothing changed
+/// (no points, or a first point that does not open the profile).
+constexpr int kConversionDone = 0;
+constexpr int kConversionRefused = -1;
+
+}  // namespace rcc
