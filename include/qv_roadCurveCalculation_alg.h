@@ -275,9 +275,13 @@ public:
     /// first call) and appends the straight leading to it, the entering clothoid, the arc and
     /// the leaving clothoid; when the newest point is the end point (type 2), also the closing
     /// straight. Reports bearings and the signed deflection in degrees, the tangent lengths
-    /// T1, T2, the arc length and the turn direction. Returns 0, or -1 with nothing written
-    /// and nothing appended for fewer than three points, a first point that is not a start
-    /// point (type 0), collinear points (no deflection) or a radius that is not positive.
+    /// T1, T2, the arc length and the turn direction. A route of a start point, one
+    /// intersection point and an end point is closed by its first call. Returns 0, or -1 with
+    /// nothing written and nothing appended for fewer than three points, a first point that
+    /// is not a start point (type 0), collinear or reversing points (deflection 0 or 180
+    /// degrees), a radius that is not positive, or input that leaves a tangent or arc length
+    /// infinite or NaN. Transition lengths enter the formulas as given (only the elements of
+    /// lengths <= 0 are left out).
     int convertJDPointsToRoadCurves(double& inBearing, double& outBearing, double& inTangentLength,
                                     double& outTangentLength, double& arcLength, double& deflection,
                                     int& turnDirection);
