@@ -4,8 +4,8 @@
 
 #include <cmath>
 
-void RoadCurvesCalculation::inputLine(double startDK, double endDK, double startX,
-                                      double startY, double bearing) {
+void RoadCurvesCalculation::inputLine(double startDK, double endDK, double startX, double startY,
+                                      double bearing) {
     const double length = calculateLengthBetween2DKs(startDK, endDK);
     RoadCurve line;  // line defaults: radii +inf, curvatures 0, turnDirection 0
     line.startDK = startDK;
@@ -21,20 +21,19 @@ void RoadCurvesCalculation::inputLine(double startDK, double endDK, double start
     elements.push_back(line);
 }
 
-void RoadCurvesCalculation::inputLineCoor(double startDK, double startX, double startY,
-                                          double endX, double endY) {
+void RoadCurvesCalculation::inputLineCoor(double startDK, double startX, double startY, double endX,
+                                          double endY) {
     const double dx = endX - startX;
     const double dy = endY - startY;
     const double endDK = calculateDKfromLength(startDK, std::sqrt(dx * dx + dy * dy));
     elements.push_back(rcc::lineFromPoints(startDK, endDK, startX, startY, endX, endY));
 }
 
-void RoadCurvesCalculation::inputCurve(double startDK, double endDK, double startX,
-                                       double startY, double radius, int turnDirection,
-                                       double startBearing) {
+void RoadCurvesCalculation::inputCurve(double startDK, double endDK, double startX, double startY,
+                                       double radius, int turnDirection, double startBearing) {
     const double length = calculateLengthBetween2DKs(startDK, endDK);
-    elements.push_back(rcc::curveFromRadii(startDK, length, startX, startY, startBearing,
-                                           radius, radius, turnDirection));
+    elements.push_back(rcc::curveFromRadii(startDK, length, startX, startY, startBearing, radius,
+                                           radius, turnDirection));
 }
 
 void RoadCurvesCalculation::inputCurveCoor(double startDK, double startX, double startY,
@@ -44,28 +43,24 @@ void RoadCurvesCalculation::inputCurveCoor(double startDK, double startX, double
         rcc::arcFromChord(startDK, startX, startY, endX, endY, radius, turnDirection));
 }
 
-void RoadCurvesCalculation::inputInTransitionCurve(double startDK, double endDK,
-                                                   double startX, double startY,
-                                                   double radius, int turnDirection,
+void RoadCurvesCalculation::inputInTransitionCurve(double startDK, double endDK, double startX,
+                                                   double startY, double radius, int turnDirection,
                                                    double startBearing) {
-    inputIncompleteTransitionCurve(startDK, endDK, startX, startY, rcc::kInfiniteRadius,
-                                   radius, turnDirection, startBearing);
+    inputIncompleteTransitionCurve(startDK, endDK, startX, startY, rcc::kInfiniteRadius, radius,
+                                   turnDirection, startBearing);
 }
 
-void RoadCurvesCalculation::inputOutTransitionCurve(double startDK, double endDK,
-                                                    double startX, double startY,
-                                                    double radius, int turnDirection,
+void RoadCurvesCalculation::inputOutTransitionCurve(double startDK, double endDK, double startX,
+                                                    double startY, double radius, int turnDirection,
                                                     double startBearing) {
-    inputIncompleteTransitionCurve(startDK, endDK, startX, startY, radius,
-                                   rcc::kInfiniteRadius, turnDirection, startBearing);
+    inputIncompleteTransitionCurve(startDK, endDK, startX, startY, radius, rcc::kInfiniteRadius,
+                                   turnDirection, startBearing);
 }
 
 void RoadCurvesCalculation::inputIncompleteTransitionCurve(double startDK, double endDK,
                                                            double startX, double startY,
-                                                           double startRadius,
-                                                           double endRadius,
-                                                           int turnDirection,
-                                                           double startBearing) {
+                                                           double startRadius, double endRadius,
+                                                           int turnDirection, double startBearing) {
     const double length = calculateLengthBetween2DKs(startDK, endDK);
     elements.push_back(rcc::curveFromRadii(startDK, length, startX, startY, startBearing,
                                            startRadius, endRadius, turnDirection));

@@ -4,17 +4,33 @@
 #include "horizontal/horizontal.hpp"
 
 #include <cmath>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
 // Upper bound on approach steps. Each step moves at least the tolerance forward and the
 // convergence on real geometry is geometric (a handful of steps), so this bound is only
-// reached by degenerate input such as chainages so large that a step no longer changes
-// their six-decimal text; it keeps every call finite.
+// reached by degenerate input: chainages so large that a step no longer changes their
+// six-decimal text, or a long gap between elements crossed in equal steps barely above the
+// tolerance (a few microseconds per step there). It keeps every call finite.
 constexpr int kMaxApproachSteps = 1000000;
 
 // Text answered by calculateDKfromCoordinates for an object without elements.
 const char* const kNoElementsDK = "-1";
+
+// True when no element ends at or after `value`: the chainage lies past the whole
+// alignment (also for +inf or NaN), so the query answers with the last element's end for
+// it and for every chainage a forward step can reach. A chainage in a gap between elements
+// is not past the end: stepping on from it may still enter a later element. An element
+// with a NaN endDK ends nowhere and does not hold the stepping back.
+bool liesPastEveryElement(const std::vector<RoadCurve>& elements, double value) {
+    for (const RoadCurve& element : elements) {
+        if (element.endDK >= value) return false;
+    }
+    return true;
+}
 
 }  // namespace
 
@@ -43,10 +59,10 @@ double RoadCurvesCalculation::vdApproachMethod(std::string dk, double x, double 
             resultDk = dk;
             return offset;
         }
-        if (!isDKOnAlignment(dk)) {
-            // The query fell back to the end of the last element, so every further step
-            // would see the same point and bearing and never stop. The foot lies on the end
-            // tangent produced, `along` beyond the end.
+        if (liesPastEveryElement(elements, rcc::parseDKText(dk))) {
+            // The query fell back to the end of the last element, and so it will for every
+            // further step: the same point and bearing, the same step, never a stop. The
+            // foot lies on the end tangent produced, `along` beyond the end.
             resultDk = calculateDKfromLength(rcc::formatDK(elements.back().endDK), along);
             return offset;
         }
