@@ -249,7 +249,10 @@ public:
     /// mark of `dk` honoured); a chainage outside every element gives the end point and end
     /// bearing of the last element (isDKOnAlignment tells the two apart). Returns -99.0 and
     /// leaves x, y untouched when there are no elements. `elevation` is written only when a
-    /// profile piece holds the chainage. Throws for unreadable `dk` before writing anything.
+    /// profile piece holds the chainage. Elements and profile pieces are found by the
+    /// number of `dk` alone, so one that runs across a long chain (its end number below its
+    /// start number) holds no chainage: keep long chains on straights and grade lines.
+    /// Throws for unreadable `dk` before writing anything.
     double calculateCoordinatesAndBearing(std::string dk, double& x, double& y,
                                           double& elevation) const;
     /// True when some element's chainage range [startDK, endDK] holds the value of `dk`;
@@ -261,9 +264,10 @@ public:
     /// Chainage text of the foot of point (x, y), stepping forward from chainage text `dk`
     /// along the tangent until the projected step is shorter than the tolerance (0.001) or
     /// negative; returns the signed offset there (positive on the side of bearing + pi/2).
-    /// `resultDk` receives the chainage where the stepping stopped. A foot beyond the end of
-    /// the last element is projected onto that element's end tangent produced: `resultDk`
-    /// is then a chainage past the end (isDKOnAlignment gives false) and the offset is
+    /// `resultDk` receives the chainage where the stepping stopped. Stepping goes on through
+    /// gaps between elements. A foot beyond the end of the alignment (no element ends at or
+    /// after the chainage reached) is projected onto the last element's end tangent produced:
+    /// `resultDk` is then a chainage past the end (isDKOnAlignment gives false) and the offset is
     /// measured from the produced tangent. NaN coordinates stop at once with a NaN offset.
     /// Returns -99.0 and leaves `resultDk` untouched when there are no elements.
     double vdApproachMethod(std::string dk, double x, double y, std::string& resultDk) const;
