@@ -19,14 +19,23 @@ constexpr double kAngle = 1e-12;
 /// over a chord of about 7 (length units).
 constexpr double kDesignArcPosition = 0.02;
 
-}  // namespace rcc_test
-
-namespace rcc_test {
-
 /// Hand-computed values quoted to six decimals (length units or degrees).
 constexpr double kQuotedSixDecimals = 1e-6;
 /// Where fitted transitions and arcs meet the tangent legs: two-term clothoid series plus
 /// the fixed-step drift over curves of a few tens of length units (length units).
 constexpr double kTransitionClosure = 1e-3;
+
+/// Constant-time evaluation against the exact fixed-step sum: absolute parts of 1e-9 + 2 ulp
+/// of the coordinate (length units) and 1e-13 + 2 ulp of the bearing (radians).
+constexpr double kExactSumPosition = 1e-9;
+constexpr double kExactSumBearing = 1e-13;
+/// Against the literal loop, whose own rounding grows by up to 2^-53 of the magnitude per
+/// step: absolute parts of 1e-6 (length units) and 1e-9 (radians) plus 2^-52 n magnitude.
+constexpr double kLiteralLoopPosition = 1e-6;
+constexpr double kLiteralLoopBearing = 1e-9;
+
+/// Where the projection onto the alignment stops: the last step is below the object's
+/// tolerance (0.001), plus one step of the fixed-step evaluation (length units).
+constexpr double kProjectionStop = 1.5e-3;
 
 }  // namespace rcc_test
