@@ -51,18 +51,24 @@ struct CurvePoint {
 };
 
 /// The fixed-step evaluation of a curved element at distance s from its start: from the
-/// record's start point, bearing and turnDirection, each step of length `step` first turns
-/// the bearing by the curvature at the step's start (startCurvature ramping linearly to
-/// endCurvature over rampLength), then moves `step` along it, until the accumulated
-/// distance exceeds s; so s = 0 already takes one step. Negative or NaN s returns the start.
-/// A step that is not positive, s = +inf, or an s that the accumulated distance can never
-/// pass give NaN. The scheme follows the true element to within about 1e-4 at step 1e-4
-/// (it leads by half a step in bearing and may stop up to one step past s).
+/// record's start point, bearing and turnDirection (used as a number), each step of length
+/// `step` first turns the bearing by the curvature at the step's start (startCurvature ramping
+/// linearly to endCurvature over rampLength), then moves `step` along it, until the distance
+/// accumulated by repeated addition exceeds s; so s = 0 already takes one step. Returns the
+/// exact value of that sum (same step count; within 1e-9 + 2 ulp in x, y and 1e-13 rad + 2 ulp
+/// in bearing) in constant time. Negative or NaN s returns the start. NaN results: a step
+/// that is not positive or is NaN, and s at or beyond the distance where t + step == t (the
+/// first power of two >= 2^53 step; covers s = +inf), where the loop would never end; a zero
+/// ramp length or an infinite curvature; a clothoid whose radius drops to a few dozen steps
+/// over more than 2^20 steps (summed one by one, a bounded effort). The scheme follows the
+/// true element to within about 1e-4 at step 1e-4 (it leads by half a step in bearing and
+/// may stop up to one step past s).
 CurvePoint integrateCurve(const RoadCurve& curve, double s, double startCurvature,
                           double endCurvature, double rampLength, double step);
 
-/// The literal step-by-step loop behind integrateCurve: one sine and one cosine per step.
-/// Kept as the reference the production evaluator is tested against.
+/// The literal step-by-step loop behind integrateCurve: one sine and one cosine per step, and
+/// its own rounding (up to about 2^-52 n max|x| over n steps). Kept as the reference the
+/// production evaluator is tested against; same NaN results for endless loops.
 CurvePoint integrateCurveLiteral(const RoadCurve& curve, double s, double startCurvature,
                                  double endCurvature, double rampLength, double step);
 
