@@ -227,7 +227,7 @@ public:
                     int turnDirection, double startBearing);
     /// Appends the arc of `radius` (shorter than a semicircle) from the start to the end
     /// point, turning by `turnDirection` (every value but 1 counts as -1); endDK = startDK +
-    /// arc length, without breaks. Bearings are stored as remainders in (-pi/2, 2pi). A
+    /// arc length, without breaks. Bearings are stored as remainders in [-pi/2, 2pi). A
     /// radius below half the chord gives not-a-number bearings, length and endDK.
     void inputCurveCoor(double startDK, double startX, double startY, double endX, double endY,
                         double radius, int turnDirection);
@@ -265,11 +265,13 @@ public:
     /// along the tangent until the projected step is shorter than the tolerance (0.001) or
     /// negative; returns the signed offset there (positive on the side of bearing + pi/2).
     /// `resultDk` receives the chainage where the stepping stopped. Stepping goes on through
-    /// gaps between elements. A foot beyond the end of the alignment (no element ends at or
-    /// after the chainage reached) is projected onto the last element's end tangent produced:
-    /// `resultDk` is then a chainage past the end (isDKOnAlignment gives false) and the offset is
-    /// measured from the produced tangent. NaN coordinates stop at once with a NaN offset.
-    /// Returns -99.0 and leaves `resultDk` untouched when there are no elements.
+    /// gaps between elements; at most 100,000 steps are taken in all (real points need a few
+    /// dozen), after which the chainage reached is the answer. A foot beyond the end of the
+    /// alignment (no element ends at or after the chainage reached) is projected onto the last
+    /// element's end tangent produced: `resultDk` is then a chainage past the end (isDKOnAlignment
+    /// gives false) and the offset is measured from the produced tangent. NaN coordinates stop at
+    /// once with a NaN offset. Returns -99.0 and leaves `resultDk` untouched when there are no
+    /// elements.
     double vdApproachMethod(std::string dk, double x, double y, std::string& resultDk) const;
     /// Chainage text of the foot of the point given as (y, x) - note the order - found by
     /// vdApproachMethod from the first element's start. "-1" when there are no elements.
@@ -304,6 +306,12 @@ public:
     std::vector<RoadVerticalCurve> getVerticalCurves() const;
 
 private:
+    /// The horizontal part of calculateCoordinatesAndBearing on a non-empty element list:
+    /// writes the point and bearing at `dk` (whose value is `value`) and returns whether an
+    /// element holds it (false: the last element's end was written).
+    bool horizontalPointAt(const std::string& dk, double value, double& x, double& y,
+                           double& bearing) const;
+
     std::vector<RoadCurve> elements;
     std::vector<JDPoint> jdPoints;
     std::vector<RoadVerticalCurvePoint> bpPoints;
@@ -312,9 +320,11 @@ private:
     float tolerance;
 };
 
-/// Bearing in degrees, in [0, 360), of the direction from (x1, y1) to (x2, y2).
+/// Bearing in degrees, in [0, 360), of the direction from (x1, y1) to (x2, y2). A direction
+/// a hair clockwise of +x (atan2 above -2.2e-16 rad) rounds to 360 itself.
 QV_RCC_API double calculateBearing(double x1, double y1, double x2, double y2);
-/// Bearing in radians, in [0, 2pi), of the direction from (x1, y1) to (x2, y2).
+/// Bearing in radians, in [0, 2pi), of the direction from (x1, y1) to (x2, y2); as above, a
+/// direction a hair clockwise of +x rounds to 2pi itself.
 QV_RCC_API double calculateBearingRad(double x1, double y1, double x2, double y2);
 
 /// Sorts the straight and arc items of a drawn outline into the base line (the straight at

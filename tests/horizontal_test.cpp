@@ -432,3 +432,13 @@ TEST_F(Projection, NonFiniteOrMissingInputEndsWithoutStepping) {
     straight.vdApproachMethod("100", kInf, 0, result);
     EXPECT_TRUE(std::isinf(std::stod(result)));
 }
+
+TEST(ProjectionBounds, AStartFarBeforeTheOnlyElementEndsWithinTheStepBound) {
+    // The gap of 1e15 would take about 3e13 equal steps; the bound stops the stepping inside
+    // the gap, where no element holds the answer.
+    RoadCurvesCalculation route;
+    route.inputLine(1e15, 1e15 + 28.5, 10, -20, 1.6233793884058383);
+    std::string foot;
+    route.vdApproachMethod("-12", 17, 13, foot);
+    EXPECT_FALSE(route.isDKOnAlignment(foot));
+}

@@ -33,36 +33,42 @@ double pieceElevation(const RoadVerticalCurve& piece, double along) {
 
 }  // namespace
 
+bool RoadCurvesCalculation::horizontalPointAt(const std::string& dk, double value, double& x,
+                                              double& y, double& bearing) const {
+    bearing = rcc::kNoElementsBearing;
+    const RoadCurve* element = findElement(elements, value);
+    if (element) {
+        // Length from the element's start through the breaks, honouring the mark of dk.
+        const double along = calculateLengthBetween2DKs(rcc::formatDK(element->startDK), dk);
+        if (element->curveType == 0) {
+            x = std::cos(element->startBearing) * along + element->startX;
+            y = std::sin(element->startBearing) * along + element->startY;
+            bearing = element->startBearing;
+        } else {
+            const rcc::CurvePoint p =
+                rcc::integrateCurve(*element, along, element->startCurvature, element->endCurvature,
+                                    element->length, element->integrationStep);
+            x = p.x;
+            y = p.y;
+            bearing = p.bearing;
+        }
+    }
+    // Outside every element (or an element whose bearing is the sentinel itself): the end of
+    // the last element. Exact comparison against the sentinel value.
+    if (bearing == rcc::kNoElementsBearing) {
+        const RoadCurve& last = elements.back();
+        x = last.endX;
+        y = last.endY;
+        bearing = last.endBearing;
+    }
+    return element != nullptr;
+}
+
 double RoadCurvesCalculation::calculateCoordinatesAndBearing(std::string dk, double& x, double& y,
                                                              double& elevation) const {
     const double value = rcc::parseDKText(dk);
     double bearing = rcc::kNoElementsBearing;
-    if (!elements.empty()) {
-        if (const RoadCurve* element = findElement(elements, value)) {
-            // Length from the element's start through the breaks, honouring the mark of dk.
-            const double along = calculateLengthBetween2DKs(rcc::formatDK(element->startDK), dk);
-            if (element->curveType == 0) {
-                x = std::cos(element->startBearing) * along + element->startX;
-                y = std::sin(element->startBearing) * along + element->startY;
-                bearing = element->startBearing;
-            } else {
-                const rcc::CurvePoint p = rcc::integrateCurve(
-                    *element, along, element->startCurvature, element->endCurvature,
-                    element->length, element->integrationStep);
-                x = p.x;
-                y = p.y;
-                bearing = p.bearing;
-            }
-        }
-        // Outside every element (or an element whose bearing is the sentinel itself):
-        // the end of the last element. Exact comparison against the sentinel value.
-        if (bearing == rcc::kNoElementsBearing) {
-            const RoadCurve& last = elements.back();
-            x = last.endX;
-            y = last.endY;
-            bearing = last.endBearing;
-        }
-    }
+    if (!elements.empty()) horizontalPointAt(dk, value, x, y, bearing);
 
     for (const RoadVerticalCurve& piece : verticalCurves) {
         // The end text is read only once the start is known to lie at or before dk.

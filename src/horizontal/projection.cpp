@@ -10,12 +10,13 @@
 
 namespace {
 
-// Upper bound on approach steps. Each step moves at least the tolerance forward and the
-// convergence on real geometry is geometric (a handful of steps), so this bound is only
-// reached by degenerate input: chainages so large that a step no longer changes their
-// six-decimal text, or a long gap between elements crossed in equal steps barely above the
-// tolerance (a few microseconds per step there). It keeps every call finite.
-constexpr int kMaxApproachSteps = 1000000;
+// Upper bound on approach steps. Each step moves at least the tolerance forward. Beside a
+// curve of radius R a point at distance rho from its centre closes in by the factor
+// 1 - rho/R per step, so a real point needs a few dozen steps and even one at a hundredth
+// of the radius from the centre about a thousand. The bound is reached only by degenerate
+// input: chainages so large that a step no longer changes their six-decimal text, or a long
+// gap between elements crossed in equal steps. It keeps every call short (about 30 ms).
+constexpr int kMaxApproachSteps = 100000;
 
 // Text answered by calculateDKfromCoordinates for an object without elements.
 const char* const kNoElementsDK = "-1";
@@ -38,11 +39,13 @@ double RoadCurvesCalculation::vdApproachMethod(std::string dk, double x, double 
                                                std::string& resultDk) const {
     const double tolerance64 = tolerance;  // widened: 0.001f is 0.0010000000474974513
     for (int stepCount = 0;; ++stepCount) {
+        // The point-at-chainage query without its elevation lookup, which stepping never uses.
+        const double value = rcc::parseDKText(dk);
+        if (elements.empty()) return rcc::kNoElementsBearing;
         double px = 0.0;
         double py = 0.0;
-        double unusedElevation = 0.0;
-        const double bearing = calculateCoordinatesAndBearing(dk, px, py, unusedElevation);
-        if (bearing == rcc::kNoElementsBearing) return rcc::kNoElementsBearing;
+        double bearing = 0.0;
+        const bool onElement = horizontalPointAt(dk, value, px, py, bearing);
 
         // Split the vector to the point into its parts along and across the tangent.
         const double dx = x - px;
@@ -59,7 +62,7 @@ double RoadCurvesCalculation::vdApproachMethod(std::string dk, double x, double 
             resultDk = dk;
             return offset;
         }
-        if (liesPastEveryElement(elements, rcc::parseDKText(dk))) {
+        if (!onElement && liesPastEveryElement(elements, value)) {
             // The query fell back to the end of the last element, and so it will for every
             // further step: the same point and bearing, the same step, never a stop. The
             // foot lies on the end tangent produced, `along` beyond the end.
