@@ -340,18 +340,6 @@ void readJDPoints(const Reader& reader, const Json& list, Route& route) {
                                               shortNumber(back + ahead) + " (the curves overlap)");
         }
     }
-
-    // Close the route at the end point when the library's conversion has not: it appends
-    // the closing straight only on conversions after the first, so a route with a single
-    // intersection point ends on its leaving curve.
-    const RoadCurve last = route.elements.back();
-    if (last.curveType != kLine) {
-        const JDPoint& end = route.jdPoints.back();
-        const double rest = distance(last.endX, last.endY, end.x, end.y);
-        const double endDK = route.calc.calculateDKfromLength(last.endDK, rest);
-        route.calc.inputLine(last.endDK, endDK, last.endX, last.endY, last.endBearing);
-        route.elements = route.calc.getRoadCruves();
-    }
 }
 
 int elementKind(const Reader& reader, const Json& item, const std::string& path) {
