@@ -31,9 +31,7 @@ enum class Side { Left, Right };
 bool matches(double a, double b) { return std::fabs(a - b) < rcc::kDrawingMatchTolerance; }
 
 double chordLength(const DesignCruveInPut& item) {
-    const double dx = item.x2 - item.x1;
-    const double dy = item.y2 - item.y1;
-    return std::sqrt(dx * dx + dy * dy);
+    return rcc::distanceBetween(item.x1, item.y1, item.x2, item.y2);
 }
 
 // The lowest y of all end points; NaN compares false and so never lowers it. An outline

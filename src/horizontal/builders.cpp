@@ -7,25 +7,13 @@
 void RoadCurvesCalculation::inputLine(double startDK, double endDK, double startX, double startY,
                                       double bearing) {
     const double length = calculateLengthBetween2DKs(startDK, endDK);
-    RoadCurve line;  // line defaults: radii +inf, curvatures 0, turnDirection 0
-    line.startDK = startDK;
-    line.endDK = endDK;
-    line.startX = startX;
-    line.startY = startY;
-    line.endX = std::cos(bearing) * length + startX;
-    line.endY = std::sin(bearing) * length + startY;
-    line.startBearing = line.endBearing = bearing;
-    line.length = length;
-    line.curveType = 0;
-    line.integrationStep = rcc::kIntegrationStep;
-    elements.push_back(line);
+    elements.push_back(rcc::lineAlong(startDK, endDK, startX, startY, bearing, length));
 }
 
 void RoadCurvesCalculation::inputLineCoor(double startDK, double startX, double startY, double endX,
                                           double endY) {
-    const double dx = endX - startX;
-    const double dy = endY - startY;
-    const double endDK = calculateDKfromLength(startDK, std::sqrt(dx * dx + dy * dy));
+    const double endDK =
+        calculateDKfromLength(startDK, rcc::distanceBetween(startX, startY, endX, endY));
     elements.push_back(rcc::lineFromPoints(startDK, endDK, startX, startY, endX, endY));
 }
 

@@ -10,18 +10,38 @@ double bearingBetween(double x1, double y1, double x2, double y2) {
     return normalizeBearing(std::atan2(y2 - y1, x2 - x1));
 }
 
-RoadCurve lineFromPoints(double startDK, double endDK, double x1, double y1, double x2, double y2) {
-    RoadCurve line;  // line defaults: radii +inf, curvatures 0, turnDirection 0
+double distanceBetween(double x1, double y1, double x2, double y2) {
     const double dx = x2 - x1;
     const double dy = y2 - y1;
+    return std::sqrt(dx * dx + dy * dy);
+}
+
+RoadCurve lineAlong(double startDK, double endDK, double x, double y, double bearing,
+                    double length) {
+    RoadCurve line;  // line defaults: radii +inf, curvatures 0, turnDirection 0
+    line.startDK = startDK;
+    line.endDK = endDK;
+    line.startX = x;
+    line.startY = y;
+    line.endX = std::cos(bearing) * length + x;
+    line.endY = std::sin(bearing) * length + y;
+    line.startBearing = line.endBearing = bearing;
+    line.length = length;
+    line.curveType = 0;
+    line.integrationStep = kIntegrationStep;
+    return line;
+}
+
+RoadCurve lineFromPoints(double startDK, double endDK, double x1, double y1, double x2, double y2) {
+    RoadCurve line;  // line defaults: radii +inf, curvatures 0, turnDirection 0
     line.startDK = startDK;
     line.endDK = endDK;
     line.startX = x1;
     line.startY = y1;
     line.endX = x2;
     line.endY = y2;
-    line.length = std::sqrt(dy * dy + dx * dx);
-    line.startBearing = line.endBearing = normalizeBearing(std::atan2(dy, dx));
+    line.length = distanceBetween(x1, y1, x2, y2);
+    line.startBearing = line.endBearing = bearingBetween(x1, y1, x2, y2);
     line.curveType = 0;
     line.integrationStep = kIntegrationStep;
     return line;
@@ -43,7 +63,7 @@ RoadCurve arcFromChord(double startDK, double x1, double y1, double x2, double y
 
     const double dx = x2 - x1;
     const double dy = y2 - y1;
-    const double halfChord = 0.5 * std::sqrt(dy * dy + dx * dx);
+    const double halfChord = 0.5 * distanceBetween(x1, y1, x2, y2);
     // The centre lies on the chord's perpendicular bisector, m from the midpoint, on the
     // turning side: that picks the arc shorter than a semicircle. NaN when R < c/2.
     const double m = std::sqrt(radius * radius - halfChord * halfChord);

@@ -24,8 +24,22 @@ constexpr double kNoElementsBearing = -99.0;
 /// Brings a bearing that atan2 gave into [0, 2pi) by adding 2pi to a negative value.
 inline double normalizeBearing(double bearing) { return bearing < 0 ? bearing + kTwoPi : bearing; }
 
+/// Degrees in half a turn; the interface reports some bearings and angles in degrees.
+constexpr double kDegreesPerHalfTurn = 180.0;
+
+/// Radians to degrees, multiplied by 180 before the division by pi.
+inline double degreesFromRadians(double radians) { return radians * kDegreesPerHalfTurn / kPi; }
+
 /// Bearing in [0, 2pi) of the direction from (x1, y1) to (x2, y2).
 double bearingBetween(double x1, double y1, double x2, double y2);
+
+/// Plane distance from (x1, y1) to (x2, y2).
+double distanceBetween(double x1, double y1, double x2, double y2);
+
+/// The straight of `length` from (x, y) along `bearing` (stored as given), with the given
+/// chainages and the line defaults in its radius, curvature and direction fields.
+RoadCurve lineAlong(double startDK, double endDK, double x, double y, double bearing,
+                    double length);
 
 /// The straight from (x1, y1) to (x2, y2) with the given chainages; length is the plane
 /// distance, both bearings the normalised chord bearing.

@@ -85,8 +85,7 @@ bool RoadCurvesCalculation::isDKOnAlignment(std::string dk) const {
 }
 
 double calculateBearing(double x1, double y1, double x2, double y2) {
-    constexpr double kDegreesPerHalfTurn = 180.0;
-    return rcc::bearingBetween(x1, y1, x2, y2) * kDegreesPerHalfTurn / rcc::kPi;
+    return rcc::degreesFromRadians(rcc::bearingBetween(x1, y1, x2, y2));
 }
 
 double calculateBearingRad(double x1, double y1, double x2, double y2) {

@@ -9,9 +9,8 @@
 
 namespace {
 
-/// Degrees in half a turn and in a whole turn; the reported bearings and deflection are
-/// in degrees, the elements carry radians.
-constexpr double kHalfTurnDeg = 180.0;
+/// Degrees in a whole turn; the reported bearings and deflection are in degrees, the
+/// elements carry radians.
 constexpr double kFullTurnDeg = 360.0;
 
 // Series coefficients of a clothoid of length L that ends at radius R (first two terms):
@@ -25,14 +24,7 @@ constexpr double kOffsetSecondTerm = 240.0;
 /// straight.
 constexpr std::size_t kMaxElementsPerCurve = 5;
 
-double degreesFromRadians(double radians) { return radians * kHalfTurnDeg / rcc::kPi; }
-double radiansFromDegrees(double degrees) { return degrees * rcc::kPi / kHalfTurnDeg; }
-
-double distanceBetween(double x1, double y1, double x2, double y2) {
-    const double dx = x2 - x1;
-    const double dy = y2 - y1;
-    return std::sqrt(dx * dx + dy * dy);
-}
+double radiansFromDegrees(double degrees) { return degrees * rcc::kPi / rcc::kDegreesPerHalfTurn; }
 
 double transitionShift(double L, double R) {
     return std::pow(L, 2) / (kShiftFirstTerm * R) -
@@ -61,13 +53,13 @@ struct CurveFit {
 // or NaN (an infinite radius, non-finite coordinates or transition lengths).
 std::optional<CurveFit> fitCurve(const JDPoint& P, const JDPoint& V, const JDPoint& N) {
     CurveFit fit{};
-    fit.inBearingDeg = degreesFromRadians(rcc::bearingBetween(P.x, P.y, V.x, V.y));
-    fit.outBearingDeg = degreesFromRadians(rcc::bearingBetween(V.x, V.y, N.x, N.y));
+    fit.inBearingDeg = rcc::degreesFromRadians(rcc::bearingBetween(P.x, P.y, V.x, V.y));
+    fit.outBearingDeg = rcc::degreesFromRadians(rcc::bearingBetween(V.x, V.y, N.x, N.y));
     // Both bearings lie in [0, 360), so one correction brings the turn into (-180, 180].
     double deflection = fit.outBearingDeg - fit.inBearingDeg;
-    if (deflection > kHalfTurnDeg) {
+    if (deflection > rcc::kDegreesPerHalfTurn) {
         deflection -= kFullTurnDeg;
-    } else if (deflection <= -kHalfTurnDeg) {
+    } else if (deflection <= -rcc::kDegreesPerHalfTurn) {
         deflection += kFullTurnDeg;
     }
     fit.deflectionDeg = deflection;
@@ -75,7 +67,7 @@ std::optional<CurveFit> fitCurve(const JDPoint& P, const JDPoint& V, const JDPoi
 
     const double R = V.radius;
     const double turnDeg = std::fabs(deflection);
-    if (!(R > 0) || !(turnDeg > 0 && turnDeg < kHalfTurnDeg)) return std::nullopt;
+    if (!(R > 0) || !(turnDeg > 0 && turnDeg < rcc::kDegreesPerHalfTurn)) return std::nullopt;
 
     // a is the angle the route turns through; L1, L2 the entering and leaving transitions.
     const double a = radiansFromDegrees(turnDeg);
@@ -100,24 +92,6 @@ std::optional<CurveFit> fitCurve(const JDPoint& P, const JDPoint& V, const JDPoi
     return fit;
 }
 
-// A straight of `length` from (x, y) along `bearing` (radians), with the line defaults of
-// a value-initialised record for its radius, curvature and direction fields.
-RoadCurve straightAlong(double startDK, double endDK, double x, double y, double bearing,
-                        double length) {
-    RoadCurve line{};
-    line.startDK = startDK;
-    line.endDK = endDK;
-    line.startX = x;
-    line.startY = y;
-    line.endX = x + length * std::cos(bearing);
-    line.endY = y + length * std::sin(bearing);
-    line.startBearing = line.endBearing = bearing;
-    line.length = length;
-    line.curveType = 0;
-    line.integrationStep = rcc::kIntegrationStep;
-    return line;
-}
-
 // Collects the elements of one conversion, each joined to the one before it (the newest
 // collected one, or else the object's last element), so that they can be appended at once.
 class ElementChain {
@@ -133,8 +107,8 @@ public:
     // chainage is reached through the broken chains.
     void addStraight(double length) {
         const RoadCurve& from = previous();
-        add(straightAlong(from.endDK, route_.calculateDKfromLength(from.endDK, length), from.endX,
-                          from.endY, from.endBearing, length));
+        add(rcc::lineAlong(from.endDK, route_.calculateDKfromLength(from.endDK, length), from.endX,
+                           from.endY, from.endBearing, length));
     }
 
     // A curved element continuing the previous one; its end chainage is plain addition.
@@ -185,13 +159,13 @@ int RoadCurvesCalculation::convertJDPointsToRoadCurves(double& inBearing, double
         // From the start point towards V, stopping T1 short of it; kept even when the
         // tangents overlap (zero or negative length). The bearing is the reported degree
         // value turned back into radians.
-        const double length = distanceBetween(P.x, P.y, V.x, V.y) - fit->inTangent;
-        chain.add(straightAlong(P.pointDK, calculateDKfromLength(P.pointDK, length), P.x, P.y,
-                                radiansFromDegrees(fit->inBearingDeg), length));
+        const double length = rcc::distanceBetween(P.x, P.y, V.x, V.y) - fit->inTangent;
+        chain.add(rcc::lineAlong(P.pointDK, calculateDKfromLength(P.pointDK, length), P.x, P.y,
+                                 radiansFromDegrees(fit->inBearingDeg), length));
     } else {
         // From where the route ends now towards V; left out when the tangents overlap.
         const RoadCurve& last = elements.back();
-        const double length = distanceBetween(last.endX, last.endY, V.x, V.y) - fit->inTangent;
+        const double length = rcc::distanceBetween(last.endX, last.endY, V.x, V.y) - fit->inTangent;
         if (length > 0) chain.addStraight(length);
     }
 
@@ -205,7 +179,7 @@ int RoadCurvesCalculation::convertJDPointsToRoadCurves(double& inBearing, double
     // The closing straight from the end of the curve to the end point, kept whatever the
     // sign of its length.
     if (N.pointType == rcc::kJDEndPoint) {
-        chain.addStraight(distanceBetween(V.x, V.y, N.x, N.y) - fit->outTangent);
+        chain.addStraight(rcc::distanceBetween(V.x, V.y, N.x, N.y) - fit->outTangent);
     }
 
     elements.insert(elements.end(), chain.added().begin(), chain.added().end());
