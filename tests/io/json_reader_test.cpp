@@ -1,0 +1,1 @@
+// Tests of the readers: json_reader_test.

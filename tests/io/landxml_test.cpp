@@ -1,0 +1,1 @@
+// Tests of the readers: landxml_test.

@@ -1,0 +1,1 @@
+// Tests of the readers: point_file_test.

@@ -1,0 +1,1 @@
+// Tests of the route layer: route_test.
