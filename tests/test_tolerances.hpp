@@ -38,4 +38,8 @@ constexpr double kLiteralLoopBearing = 1e-9;
 /// tolerance (0.001), plus one step of the fixed-step evaluation (length units).
 constexpr double kProjectionStop = 1.5e-3;
 
+/// A foot of the route's projection against dense sampling of the same evaluation, in
+/// length and offset: the width of one integration step (length units).
+constexpr double kProjectionExact = 1e-4;
+
 }  // namespace rcc_test

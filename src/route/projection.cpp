@@ -1,22 +1,403 @@
-// Projection of plane points onto a route's elements.
+// Projection of plane points onto a route's elements: a box hierarchy over short stretches of
+// the elements, roots of the along-tangent component on each stretch, refined on the
+// library's own evaluation so that a foot is the evaluated point nearest the normal.
 #include "route/projection.hpp"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
+#include <utility>
 
 namespace qv::route::detail {
 
-ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {}
+namespace {
 
-std::vector<LengthFoot> ProjectionIndex::feet(double x, double y, double maxOffset) const {
-    const LengthFoot foot = nearest(x, y, maxOffset);
-    if (foot.place == FootPlace::None || foot.place == FootPlace::Invalid) return {};
-    return {foot};
+/// Largest bearing change (radians) across one chunk of a curved element: keeps each chunk
+/// within (l / 2) sin(turn) of its chord, so its box is tight, and most points on either
+/// side have at most one foot in it.
+constexpr double kChunkTurn = 0.25;
+/// Most chunks one element is cut into: a bounded effort for absurd curvatures, whose
+/// chunks then get the cruder box of half their length around the ends.
+constexpr double kMaxChunksPerElement = 1024;
+/// How often a stretch whose along-tangent component may have several roots is halved
+/// (32 pieces per chunk at most: only points near a centre of curvature need them).
+constexpr int kMaxSplitDepth = 5;
+/// Bisection alone halves a chunk below one integration step well within this many steps.
+constexpr int kMaxRefineSteps = 80;
+/// Steps the answer may move, one integration step at a time, to the evaluated point nearest
+/// the given point (one or two in practice).
+constexpr int kMaxPolishSteps = 8;
+/// Slack (length units) added to every box for the round-off of the evaluation.
+constexpr double kBoxMargin = 1e-6;
+/// Two feet closer than this many integration steps along the route, with distances as
+/// close, are one foot found twice (on both sides of a junction or a chunk end).
+constexpr double kMergeSteps = 4;
+
+/// The evaluation of element i at s seen from the point (px, py): f is the component of
+/// P - C(s) along the tangent, d the component along the normal (bearing + pi/2).
+struct Sample {
+    double s;
+    double x;
+    double y;
+    double bearing;
+    double f;
+    double d;
+};
+
+Sample sampleAt(const ElementTable& table, std::size_t i, double s, double px, double py) {
+    const rcc::CurvePoint c = table.at(i, s);
+    const double tx = std::cos(c.bearing), ty = std::sin(c.bearing);
+    const double dx = px - c.x, dy = py - c.y;
+    return {s, c.x, c.y, c.bearing, dx * tx + dy * ty, dy * tx - dx * ty};
 }
 
-LengthFoot ProjectionIndex::nearest(double x, double y, double) const {
+LengthFoot footAt(const ElementTable& table, std::size_t i, const Sample& at) {
     LengthFoot foot;
-    foot.place = std::isfinite(x) && std::isfinite(y) ? FootPlace::None : FootPlace::Invalid;
+    foot.place = FootPlace::OnRoute;
+    foot.length = table.start(i) + at.s;
+    foot.offset = at.d;
+    foot.distance = std::abs(at.d);
+    foot.x = at.x;
+    foot.y = at.y;
+    foot.element = i;
     return foot;
+}
+
+bool isLine(const RoadCurve& e) { return e.curveType == static_cast<int>(ElementKind::Line); }
+
+/// Step of the element's evaluation: the piecewise-constant grain of its points.
+double stepOf(const RoadCurve& e) {
+    return std::isfinite(e.integrationStep) && e.integrationStep > 0 ? e.integrationStep
+                                                                     : rcc::kIntegrationStep;
+}
+
+bool finitePoint(const rcc::CurvePoint& c) {
+    return std::isfinite(c.x) && std::isfinite(c.y) && std::isfinite(c.bearing);
+}
+
+bool better(const LengthFoot& a, const LengthFoot& b) {
+    if (a.distance != b.distance) return a.distance < b.distance;
+    return a.length < b.length;
+}
+
+double boxDistance(double minX, double minY, double maxX, double maxY, double x, double y) {
+    const double dx = std::max({minX - x, 0.0, x - maxX});
+    const double dy = std::max({minY - y, 0.0, y - maxY});
+    return std::hypot(dx, dy);
+}
+
+/// Whether the along-tangent component f has at most one root on [a.s, b.s]: f' = -1 + k d
+/// (k the signed curvature, d the normal component), so f falls strictly while k d < 1.
+/// d is bounded from the sample at a: the normal turns by at most `turn` over the stretch
+/// and the curve leaves the tangent by at most its length l times sin(turn).
+bool singleRoot(const ElementTable& table, std::size_t i, const Sample& a, const Sample& b,
+                double px, double py) {
+    const double step = stepOf(table.elements()[i]);
+    const double ka = table.curvature(i, a.s), kb = table.curvature(i, b.s);
+    const double l = b.s - a.s + 2 * step;
+    const double turn = std::max(std::abs(ka), std::abs(kb)) * l;
+    const double spread = std::hypot(px - a.x, py - a.y) * turn + l * std::min(1.0, turn);
+    const double dLo = a.d - spread, dHi = a.d + spread;
+    const double worst = std::max({ka * dLo, ka * dHi, kb * dLo, kb * dHi});
+    return worst < 1;
+}
+
+/// The root of f between two samples of opposite sign, on the library's evaluation: Newton
+/// steps (f' = -1 + k d) kept inside the bracket, bisection otherwise, then a probe one
+/// step across, until the bracket is one integration step wide; the answer is the middle of
+/// the step whose evaluated point lies nearest the given point.
+Sample refine(const ElementTable& table, std::size_t i, Sample a, Sample b, double px, double py) {
+    const RoadCurve& e = table.elements()[i];
+    const double step = stepOf(e);
+    const bool aPositive = a.f > 0;
+    double s = a.s + (b.s - a.s) * a.f / (a.f - b.f);
+    for (int k = 0; k < kMaxRefineSteps && b.s - a.s > step * (1 + 1e-6); ++k) {
+        if (!(s > a.s && s < b.s)) s = 0.5 * (a.s + b.s);
+        const Sample m = sampleAt(table, i, s, px, py);
+        const bool towardsB = (m.f > 0) == aPositive;
+        (towardsB ? a : b) = m;
+        const double slope = -1 + table.curvature(i, s) * m.d;
+        double next = s - m.f / slope;
+        if (!std::isfinite(next) || std::abs(next - s) < step) next = s + (towardsB ? step : -step);
+        s = next;
+    }
+    // The evaluation is constant over each step [n h, (n + 1) h): name each step by its middle.
+    const auto stepMiddle = [&](double at) {
+        return std::clamp((std::floor(at / step) + 0.5) * step, 0.0, e.length);
+    };
+    Sample best =
+        sampleAt(table, i, stepMiddle(std::abs(a.f) <= std::abs(b.f) ? a.s : b.s), px, py);
+    // The bearing the evaluation reports belongs to the step before its point, so the point
+    // nearest the normal may be a step away from the point nearest the point: settle on the
+    // nearest (the farthest, where f rises through a farthest point).
+    const bool nearestWanted = aPositive;
+    const auto squared = [](const Sample& m) { return m.f * m.f + m.d * m.d; };
+    for (int k = 0; k < kMaxPolishSteps; ++k) {
+        const Sample current = best;
+        for (const double to : {current.s - step, current.s + step}) {
+            if (to < 0 || to > e.length) continue;
+            const Sample m = sampleAt(table, i, stepMiddle(to), px, py);
+            if (nearestWanted ? squared(m) < squared(best) : squared(m) > squared(best)) best = m;
+        }
+        if (best.s == current.s) break;
+    }
+    return best;
+}
+
+/// Roots of f on [a.s, b.s], halving stretches that may hold several.
+void piecewiseRoots(const ElementTable& table, std::size_t i, const Sample& a, const Sample& b,
+                    double px, double py, int depth, std::vector<LengthFoot>& out) {
+    const double step = stepOf(table.elements()[i]);
+    if (depth < kMaxSplitDepth && b.s - a.s > 4 * step && !singleRoot(table, i, a, b, px, py)) {
+        const Sample m = sampleAt(table, i, 0.5 * (a.s + b.s), px, py);
+        piecewiseRoots(table, i, a, m, px, py, depth + 1, out);
+        piecewiseRoots(table, i, m, b, px, py, depth + 1, out);
+        return;
+    }
+    if ((a.f > 0) != (b.f > 0)) out.push_back(footAt(table, i, refine(table, i, a, b, px, py)));
+}
+
+/// A corner where the point lies beyond the end normal of one element and before the start
+/// normal of element i: the nearest route point there is i's first evaluated point, given
+/// (as every point of a curve) at the middle of its evaluation step.
+LengthFoot cornerAt(const ElementTable& table, std::size_t i, double px, double py) {
+    const RoadCurve& e = table.elements()[i];
+    const double s = isLine(e) ? 0.0 : std::min(0.5 * stepOf(e), e.length);
+    const Sample at = sampleAt(table, i, s, px, py);
+    LengthFoot foot = footAt(table, i, at);
+    foot.distance = std::hypot(at.f, at.d);
+    foot.offset = at.d < 0 ? -foot.distance : foot.distance;
+    return foot;
+}
+
+}  // namespace
+
+ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {
+    const std::size_t n = table.size();
+    std::vector<bool> usable(n, false);
+    for (std::size_t i = 0; i < n; ++i) {
+        const RoadCurve& e = table.elements()[i];
+        usable[i] = std::isfinite(e.length) && e.length > 0 && std::isfinite(table.start(i)) &&
+                    finitePoint(table.at(i, 0)) && finitePoint(table.at(i, e.length));
+    }
+    nextElement_.assign(n, n);
+    std::size_t next = n;
+    for (std::size_t i = n; i-- > 0;) {
+        nextElement_[i] = next;
+        if (usable[i]) next = i;
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+        if (!usable[i]) continue;
+        if (!usable_) first_ = i;
+        usable_ = true;
+        last_ = i;
+    }
+
+    for (std::size_t i = 0; i < n; ++i) {
+        if (!usable[i]) continue;
+        const RoadCurve& e = table.elements()[i];
+        const double step = stepOf(e);
+        const double curvature = isLine(e) ? 0.0
+                                           : std::max(std::abs(table.curvature(i, 0)),
+                                                      std::abs(table.curvature(i, e.length)));
+        const double wanted = std::ceil(curvature * e.length / kChunkTurn);
+        const double count = std::isfinite(wanted) ? std::clamp(wanted, 1.0, kMaxChunksPerElement)
+                                                   : kMaxChunksPerElement;
+        const auto pieces = static_cast<std::size_t>(count);
+        rcc::CurvePoint from = table.at(i, 0);
+        for (std::size_t k = 0; k < pieces; ++k) {
+            const double a = e.length * static_cast<double>(k) / count;
+            const double b =
+                k + 1 == pieces ? e.length : e.length * static_cast<double>(k + 1) / count;
+            const rcc::CurvePoint to = table.at(i, b);
+            // The evaluated points between a and b are sums of steps whose bearings spread by
+            // at most `turn`; each lies within (l / 2) sin(turn) of the chord between the end
+            // points (l / 2 of an end once the spread passes a right angle).
+            const double l = b - a + 2 * step;
+            const double turn = curvature * l;
+            const double grow =
+                (turn < rcc::kHalfPi ? 0.5 * l * std::sin(turn) : 0.5 * l) + kBoxMargin;
+            const Box box{std::min(from.x, to.x) - grow, std::min(from.y, to.y) - grow,
+                          std::max(from.x, to.x) + grow, std::max(from.y, to.y) + grow};
+            chunks_.push_back({i, a, b, box, k + 1 == pieces, i == first_ && k == 0});
+            from = to;
+        }
+    }
+    if (!chunks_.empty()) {
+        nodes_.reserve(2 * chunks_.size());
+        build(0, chunks_.size());
+    }
+}
+
+std::size_t ProjectionIndex::build(std::size_t begin, std::size_t end) {
+    const std::size_t index = nodes_.size();
+    nodes_.push_back({});
+    if (end - begin == 1) {
+        nodes_[index].box = chunks_[begin].box;
+        nodes_[index].chunk = begin;
+        return index;
+    }
+    // Chunks in route order lie along a curve, so halving the order keeps boxes compact.
+    const std::size_t middle = begin + (end - begin) / 2;
+    const std::size_t left = build(begin, middle);
+    const std::size_t right = build(middle, end);
+    const Box& l = nodes_[left].box;
+    const Box& r = nodes_[right].box;
+    nodes_[index].box = {std::min(l.minX, r.minX), std::min(l.minY, r.minY),
+                         std::max(l.maxX, r.maxX), std::max(l.maxY, r.maxY)};
+    nodes_[index].left = left;
+    nodes_[index].right = right;
+    return index;
+}
+
+void ProjectionIndex::chunkFeet(const Chunk& chunk, double x, double y,
+                                std::vector<LengthFoot>& out) const {
+    const ElementTable& table = *table_;
+    const std::size_t i = chunk.element;
+    const RoadCurve& e = table.elements()[i];
+    const Sample a = sampleAt(table, i, chunk.from, x, y);
+    const Sample b = sampleAt(table, i, chunk.to, x, y);
+    if (isLine(e)) {
+        // Closed form: the foot lies a.f along the straight from its start.
+        if (a.f >= 0 && a.f <= e.length)
+            out.push_back(footAt(table, i, sampleAt(table, i, a.f, x, y)));
+    } else {
+        piecewiseRoots(table, i, a, b, x, y, 0, out);
+    }
+    if (chunk.startsRoute && !isLine(e)) {
+        // The evaluation at 0 already lies one step in: a point just ahead of the start
+        // normal may fall between the start tangent and that first point.
+        const double toStart =
+            (x - e.startX) * std::cos(e.startBearing) + (y - e.startY) * std::sin(e.startBearing);
+        if (toStart >= 0 && a.f <= 0) out.push_back(cornerAt(table, i, x, y));
+    }
+    const std::size_t j = nextElement_[i];
+    if (chunk.endsElement && j < table.size()) {
+        const Sample start = sampleAt(table, j, 0, x, y);
+        if (b.f > 0 && start.f <= 0) out.push_back(cornerAt(table, j, x, y));
+    }
+}
+
+void ProjectionIndex::endFeet(double x, double y, std::vector<LengthFoot>& out) const {
+    const ElementTable& table = *table_;
+    // Before the start: on the first element's start tangent, from its stored start point.
+    const RoadCurve& e = table.elements()[first_];
+    const double tx = std::cos(e.startBearing), ty = std::sin(e.startBearing);
+    const double f = (x - e.startX) * tx + (y - e.startY) * ty;
+    if (f < 0) {
+        LengthFoot foot;
+        foot.place = FootPlace::BeforeStart;
+        foot.length = table.start(first_) + f;
+        foot.offset = (y - e.startY) * tx - (x - e.startX) * ty;
+        foot.distance = std::abs(foot.offset);
+        foot.x = e.startX + f * tx;
+        foot.y = e.startY + f * ty;
+        foot.element = first_;
+        out.push_back(foot);
+    }
+    // Beyond the end: on the tangent of the last element's evaluated end.
+    const RoadCurve& l = table.elements()[last_];
+    const Sample end = sampleAt(table, last_, l.length, x, y);
+    if (end.f > 0) {
+        LengthFoot foot;
+        foot.place = FootPlace::BeyondEnd;
+        foot.length = table.start(last_) + l.length + end.f;
+        foot.offset = end.d;
+        foot.distance = std::abs(end.d);
+        foot.x = end.x + end.f * std::cos(end.bearing);
+        foot.y = end.y + end.f * std::sin(end.bearing);
+        foot.element = last_;
+        out.push_back(foot);
+    }
+}
+
+std::vector<LengthFoot> ProjectionIndex::feet(double x, double y, double maxOffset) const {
+    std::vector<LengthFoot> found;
+    if (!std::isfinite(x) || !std::isfinite(y) || !usable_ || !(maxOffset >= 0)) return found;
+    endFeet(x, y, found);
+    std::vector<std::size_t> stack{0};
+    while (!stack.empty()) {
+        const Node& node = nodes_[stack.back()];
+        stack.pop_back();
+        const Box& b = node.box;
+        if (boxDistance(b.minX, b.minY, b.maxX, b.maxY, x, y) > maxOffset) continue;
+        if (node.left == 0) {
+            chunkFeet(chunks_[node.chunk], x, y, found);
+        } else {
+            stack.push_back(node.right);
+            stack.push_back(node.left);
+        }
+    }
+    found.erase(std::remove_if(found.begin(), found.end(),
+                               [&](const LengthFoot& f) { return !(f.distance <= maxOffset); }),
+                found.end());
+    // One foot seen from both sides of a junction or chunk end: keep the nearer.
+    std::sort(found.begin(), found.end(),
+              [](const LengthFoot& a, const LengthFoot& b) { return a.length < b.length; });
+    std::vector<LengthFoot> merged;
+    for (const LengthFoot& foot : found) {
+        if (!merged.empty()) {
+            LengthFoot& kept = merged.back();
+            const double grain = kMergeSteps * std::max(stepOf(table_->elements()[kept.element]),
+                                                        stepOf(table_->elements()[foot.element]));
+            if (foot.length - kept.length <= grain &&
+                std::abs(foot.distance - kept.distance) <= grain) {
+                if (better(foot, kept)) kept = foot;
+                continue;
+            }
+        }
+        merged.push_back(foot);
+    }
+    std::sort(merged.begin(), merged.end(), better);
+    return merged;
+}
+
+LengthFoot ProjectionIndex::nearest(double x, double y, double maxOffset) const {
+    LengthFoot best;
+    if (!std::isfinite(x) || !std::isfinite(y)) {
+        best.place = FootPlace::Invalid;
+        return best;
+    }
+    best.place = FootPlace::None;
+    if (!usable_ || !(maxOffset >= 0)) return best;
+    best.distance = std::numeric_limits<double>::infinity();
+    std::vector<LengthFoot> found;
+    endFeet(x, y, found);
+    for (const LengthFoot& f : found)
+        if (better(f, best)) best = f;
+    // Best first: always open the node whose box lies nearest; stop once no box can hold
+    // anything nearer than the best foot so far.
+    using Entry = std::pair<double, std::size_t>;
+    std::vector<Entry> heap;
+    const auto nearer = [](const Entry& a, const Entry& b) { return a.first > b.first; };
+    const auto push = [&](std::size_t index) {
+        const Box& b = nodes_[index].box;
+        heap.emplace_back(boxDistance(b.minX, b.minY, b.maxX, b.maxY, x, y), index);
+        std::push_heap(heap.begin(), heap.end(), nearer);
+    };
+    push(0);
+    while (!heap.empty()) {
+        std::pop_heap(heap.begin(), heap.end(), nearer);
+        const auto [bound, index] = heap.back();
+        heap.pop_back();
+        if (bound > best.distance || bound > maxOffset) break;
+        const Node& node = nodes_[index];
+        if (node.left == 0) {
+            found.clear();
+            chunkFeet(chunks_[node.chunk], x, y, found);
+            for (const LengthFoot& f : found)
+                if (better(f, best)) best = f;
+        } else {
+            push(node.left);
+            push(node.right);
+        }
+    }
+    if (!(best.distance <= maxOffset)) {
+        LengthFoot none;
+        none.place = FootPlace::None;
+        return none;
+    }
+    return best;
 }
 
 }  // namespace qv::route::detail

@@ -36,8 +36,41 @@ public:
     LengthFoot nearest(double x, double y, double maxOffset) const;
 
 private:
+    /// Axis-aligned box in the plane, length units.
+    struct Box {
+        double minX, minY, maxX, maxY;
+    };
+    /// A stretch [from, to] of one element (lengths from the element's start) whose box
+    /// provably holds every point the element's evaluation gives on it.
+    struct Chunk {
+        std::size_t element;
+        double from;
+        double to;
+        Box box;
+        bool endsElement;  ///< `to` is the element's end: the junction is checked here
+        bool startsRoute;  ///< `from` is the start of the route's first element
+    };
+    /// A node of the box hierarchy over chunks in route order; a leaf holds one chunk.
+    struct Node {
+        Box box;
+        std::size_t left = 0;  ///< children; 0 (the root's index) on a leaf
+        std::size_t right = 0;
+        std::size_t chunk = 0;
+    };
+
+    std::size_t build(std::size_t begin, std::size_t end);
+    /// Feet found in one chunk, and at the corner or junction checked there.
+    void chunkFeet(const Chunk& chunk, double x, double y, std::vector<LengthFoot>& out) const;
+    /// Feet on the start and end tangents produced.
+    void endFeet(double x, double y, std::vector<LengthFoot>& out) const;
+
     const ElementTable* table_ = nullptr;
-    // The bounding-box hierarchy lives here (filled by the constructor).
+    std::vector<Chunk> chunks_;
+    std::vector<Node> nodes_;               ///< nodes_[0] is the root when there are chunks
+    std::vector<std::size_t> nextElement_;  ///< the next element with usable geometry
+    std::size_t first_ = 0;                 ///< first and last elements with usable geometry
+    std::size_t last_ = 0;
+    bool usable_ = false;  ///< some element has usable geometry
 };
 
 }  // namespace qv::route::detail
