@@ -27,6 +27,9 @@ constexpr int kMaxRefineSteps = 80;
 /// Steps the answer may move, one integration step at a time, to the evaluated point nearest
 /// the given point (one or two in practice).
 constexpr int kMaxPolishSteps = 8;
+/// A Newton answer within this many steps of its step's middle is taken as that step's point
+/// without evaluating again; nearer the step's ends the evaluation is asked at the middle.
+constexpr double kStepMiddleSlack = 0.4;
 /// Slack (length units) added to every box for the round-off of the evaluation.
 constexpr double kBoxMargin = 1e-6;
 /// Two feet closer than this many integration steps along the route, with distances as
@@ -44,11 +47,14 @@ struct Sample {
     double d;
 };
 
-Sample sampleAt(const ElementTable& table, std::size_t i, double s, double px, double py) {
-    const rcc::CurvePoint c = table.at(i, s);
+Sample sampleOf(const rcc::CurvePoint& c, double s, double px, double py) {
     const double tx = std::cos(c.bearing), ty = std::sin(c.bearing);
     const double dx = px - c.x, dy = py - c.y;
     return {s, c.x, c.y, c.bearing, dx * tx + dy * ty, dy * tx - dx * ty};
+}
+
+Sample sampleAt(const ElementTable& table, std::size_t i, double s, double px, double py) {
+    return sampleOf(table.at(i, s), s, px, py);
 }
 
 LengthFoot footAt(const ElementTable& table, std::size_t i, const Sample& at) {
@@ -103,45 +109,69 @@ bool singleRoot(const ElementTable& table, std::size_t i, const Sample& a, const
 }
 
 /// The root of f between two samples of opposite sign, on the library's evaluation: Newton
-/// steps (f' = -1 + k d) kept inside the bracket, bisection otherwise, then a probe one
-/// step across, until the bracket is one integration step wide; the answer is the middle of
-/// the step whose evaluated point lies nearest the given point.
+/// steps (f' = -1 + k d) kept inside the bracket, bisection otherwise, until a step is
+/// shorter than one integration step; then the answer settles on the middle of the
+/// integration step whose evaluated point lies nearest the given point.
 Sample refine(const ElementTable& table, std::size_t i, Sample a, Sample b, double px, double py) {
     const RoadCurve& e = table.elements()[i];
-    const double step = stepOf(e);
+    const double h = stepOf(e);
     const bool aPositive = a.f > 0;
+    Sample m = std::abs(a.f) <= std::abs(b.f) ? a : b;
     double s = a.s + (b.s - a.s) * a.f / (a.f - b.f);
-    for (int k = 0; k < kMaxRefineSteps && b.s - a.s > step * (1 + 1e-6); ++k) {
+    for (int k = 0; k < kMaxRefineSteps && b.s - a.s > h; ++k) {
         if (!(s > a.s && s < b.s)) s = 0.5 * (a.s + b.s);
-        const Sample m = sampleAt(table, i, s, px, py);
-        const bool towardsB = (m.f > 0) == aPositive;
-        (towardsB ? a : b) = m;
-        const double slope = -1 + table.curvature(i, s) * m.d;
-        double next = s - m.f / slope;
-        if (!std::isfinite(next) || std::abs(next - s) < step) next = s + (towardsB ? step : -step);
+        m = sampleAt(table, i, s, px, py);
+        ((m.f > 0) == aPositive ? a : b) = m;
+        const double next = s - m.f / (-1 + table.curvature(i, s) * m.d);
+        if (std::abs(next - s) < h) break;
         s = next;
     }
-    // The evaluation is constant over each step [n h, (n + 1) h): name each step by its middle.
+    // The evaluation is constant over each step [n h, (n + 1) h): name each step by its
+    // middle, away from the ends where the repeated addition of steps decides.
     const auto stepMiddle = [&](double at) {
-        return std::clamp((std::floor(at / step) + 0.5) * step, 0.0, e.length);
+        return std::clamp((std::floor(at / h) + 0.5) * h, 0.0, e.length);
     };
-    Sample best =
-        sampleAt(table, i, stepMiddle(std::abs(a.f) <= std::abs(b.f) ? a.s : b.s), px, py);
-    // The bearing the evaluation reports belongs to the step before its point, so the point
-    // nearest the normal may be a step away from the point nearest the point: settle on the
-    // nearest (the farthest, where f rises through a farthest point).
+    Sample best = m;
+    best.s = stepMiddle(m.s);
+    if (std::abs(best.s - m.s) > kStepMiddleSlack * h) best = sampleAt(table, i, best.s, px, py);
+
+    // The reported bearing is that of the step into the point, so the point nearest the
+    // normal may be a step away from the point nearest the given point. Walk to it (to the
+    // farthest where f rises through a farthest point) over the neighbours, which follow
+    // from the point and its bearing: the step into it, and the next step turned by the
+    // curvature at that step's start.
     const bool nearestWanted = aPositive;
-    const auto squared = [](const Sample& m) { return m.f * m.f + m.d * m.d; };
+    const auto squared = [&](double x, double y) {
+        return (px - x) * (px - x) + (py - y) * (py - y);
+    };
+    bool moved = false;
     for (int k = 0; k < kMaxPolishSteps; ++k) {
-        const Sample current = best;
-        for (const double to : {current.s - step, current.s + step}) {
-            if (to < 0 || to > e.length) continue;
-            const Sample m = sampleAt(table, i, stepMiddle(to), px, py);
-            if (nearestWanted ? squared(m) < squared(best) : squared(m) > squared(best)) best = m;
+        const double here = squared(best.x, best.y);
+        const double back = best.bearing - table.curvature(i, best.s - 0.5 * h) * h;
+        const double ahead = best.bearing + table.curvature(i, best.s + 0.5 * h) * h;
+        const Sample before{best.s - h,
+                            best.x - h * std::cos(best.bearing),
+                            best.y - h * std::sin(best.bearing),
+                            back,
+                            0,
+                            0};
+        const Sample after{
+            best.s + h, best.x + h * std::cos(ahead), best.y + h * std::sin(ahead), ahead, 0, 0};
+        const auto wins = [&](const Sample& n) {
+            if (n.s < 0 || n.s > e.length) return false;
+            const double there = squared(n.x, n.y);
+            return nearestWanted ? there < here : there > here;
+        };
+        if (wins(before)) {
+            best = before;
+        } else if (wins(after)) {
+            best = after;
+        } else {
+            break;
         }
-        if (best.s == current.s) break;
+        moved = true;
     }
-    return best;
+    return moved ? sampleAt(table, i, stepMiddle(best.s), px, py) : best;
 }
 
 /// Roots of f on [a.s, b.s], halving stretches that may hold several.
@@ -160,10 +190,11 @@ void piecewiseRoots(const ElementTable& table, std::size_t i, const Sample& a, c
 /// A corner where the point lies beyond the end normal of one element and before the start
 /// normal of element i: the nearest route point there is i's first evaluated point, given
 /// (as every point of a curve) at the middle of its evaluation step.
-LengthFoot cornerAt(const ElementTable& table, std::size_t i, double px, double py) {
+LengthFoot cornerAt(const ElementTable& table, std::size_t i, const rcc::CurvePoint& first,
+                    double px, double py) {
     const RoadCurve& e = table.elements()[i];
     const double s = isLine(e) ? 0.0 : std::min(0.5 * stepOf(e), e.length);
-    const Sample at = sampleAt(table, i, s, px, py);
+    const Sample at = sampleOf(first, s, px, py);
     LengthFoot foot = footAt(table, i, at);
     foot.distance = std::hypot(at.f, at.d);
     foot.offset = at.d < 0 ? -foot.distance : foot.distance;
@@ -181,6 +212,7 @@ ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {
                     finitePoint(table.at(i, 0)) && finitePoint(table.at(i, e.length));
     }
     nextElement_.assign(n, n);
+    startPoint_.assign(n, rcc::CurvePoint{0, 0, 0});
     std::size_t next = n;
     for (std::size_t i = n; i-- > 0;) {
         nextElement_[i] = next;
@@ -205,6 +237,7 @@ ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {
                                                    : kMaxChunksPerElement;
         const auto pieces = static_cast<std::size_t>(count);
         rcc::CurvePoint from = table.at(i, 0);
+        startPoint_[i] = from;
         for (std::size_t k = 0; k < pieces; ++k) {
             const double a = e.length * static_cast<double>(k) / count;
             const double b =
@@ -219,7 +252,7 @@ ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {
                 (turn < rcc::kHalfPi ? 0.5 * l * std::sin(turn) : 0.5 * l) + kBoxMargin;
             const Box box{std::min(from.x, to.x) - grow, std::min(from.y, to.y) - grow,
                           std::max(from.x, to.x) + grow, std::max(from.y, to.y) + grow};
-            chunks_.push_back({i, a, b, box, k + 1 == pieces, i == first_ && k == 0});
+            chunks_.push_back({i, a, b, from, to, box, k + 1 == pieces, i == first_ && k == 0});
             from = to;
         }
     }
@@ -255,8 +288,8 @@ void ProjectionIndex::chunkFeet(const Chunk& chunk, double x, double y,
     const ElementTable& table = *table_;
     const std::size_t i = chunk.element;
     const RoadCurve& e = table.elements()[i];
-    const Sample a = sampleAt(table, i, chunk.from, x, y);
-    const Sample b = sampleAt(table, i, chunk.to, x, y);
+    const Sample a = sampleOf(chunk.fromPoint, chunk.from, x, y);
+    const Sample b = sampleOf(chunk.toPoint, chunk.to, x, y);
     if (isLine(e)) {
         // Closed form: the foot lies a.f along the straight from its start.
         if (a.f >= 0 && a.f <= e.length)
@@ -269,12 +302,12 @@ void ProjectionIndex::chunkFeet(const Chunk& chunk, double x, double y,
         // normal may fall between the start tangent and that first point.
         const double toStart =
             (x - e.startX) * std::cos(e.startBearing) + (y - e.startY) * std::sin(e.startBearing);
-        if (toStart >= 0 && a.f <= 0) out.push_back(cornerAt(table, i, x, y));
+        if (toStart >= 0 && a.f <= 0) out.push_back(cornerAt(table, i, chunk.fromPoint, x, y));
     }
     const std::size_t j = nextElement_[i];
     if (chunk.endsElement && j < table.size()) {
-        const Sample start = sampleAt(table, j, 0, x, y);
-        if (b.f > 0 && start.f <= 0) out.push_back(cornerAt(table, j, x, y));
+        const Sample start = sampleOf(startPoint_[j], 0, x, y);
+        if (b.f > 0 && start.f <= 0) out.push_back(cornerAt(table, j, startPoint_[j], x, y));
     }
 }
 
@@ -297,7 +330,7 @@ void ProjectionIndex::endFeet(double x, double y, std::vector<LengthFoot>& out) 
     }
     // Beyond the end: on the tangent of the last element's evaluated end.
     const RoadCurve& l = table.elements()[last_];
-    const Sample end = sampleAt(table, last_, l.length, x, y);
+    const Sample end = sampleOf(chunks_.back().toPoint, l.length, x, y);
     if (end.f > 0) {
         LengthFoot foot;
         foot.place = FootPlace::BeyondEnd;
