@@ -278,6 +278,65 @@ TEST(RouteProjection, BadPointsAndNothingNearGiveNoFoot) {
     EXPECT_EQ(ProjectionIndex(empty).nearest(1, 2, kInf).place, FootPlace::None);
 }
 
+TEST(RouteProjection, KinkGivesTheCornerOutsideAndBothFeetInside) {
+    // Straight along +x to (100, 0), then one at 60 degrees from there. Outside the kink no
+    // normal reaches (105, -5): the corner, sqrt(50) away on the right. Inside, (95, 5) has
+    // feet on both: 95 along the first (offset 5) and (-5, 5) . (0.5, sqrt(0.75)) along the
+    // second, (-5, 5) . (-sqrt(0.75), 0.5) across it. By hand.
+    RoadCurvesCalculation route;
+    route.inputLine(0, 100, 0, 0, 0);
+    route.inputLine(100, 200, 100, 0, kPi / 3);
+    const Indexed r(route);
+    const LengthFoot corner = r.index.nearest(105, -5, kInf);
+    EXPECT_EQ(corner.place, FootPlace::OnRoute);
+    EXPECT_NEAR(corner.length, 100, rcc_test::kExact);
+    EXPECT_NEAR(corner.offset, -std::sqrt(50.0), rcc_test::kExact);
+    EXPECT_EQ(r.index.feet(105, -5, kInf).size(), 1u);
+    EXPECT_EQ(r.index.nearest(105, -5, 7.07).place, FootPlace::None);
+
+    const std::vector<LengthFoot> inside = r.index.feet(95, 5, kInf);
+    ASSERT_EQ(inside.size(), 2u);
+    const double c = std::sqrt(0.75);
+    EXPECT_NEAR(inside[0].length, 95, rcc_test::kExact);
+    EXPECT_NEAR(inside[0].offset, 5, rcc_test::kExact);
+    EXPECT_NEAR(inside[1].length, 100 - 2.5 + 5 * c, rcc_test::kExact);
+    EXPECT_NEAR(inside[1].offset, 5 * c + 2.5, rcc_test::kExact);
+}
+
+TEST(RouteProjection, BrokenElementsNeverStopAQuery) {
+    // Elements no builder gives (lengths NaN, 0, negative, infinite; a NaN start; a curve
+    // without a step) and a clothoid tightening to R 0.05 (dozens of turns) around a
+    // sound straight, which still answers.
+    RoadCurvesCalculation scratch;
+    scratch.inputLine(0, 100, 0, 0, 0);
+    scratch.inputInTransitionCurve(100, 110, 100, 0, 0.05, 1, 0);
+    std::vector<RoadCurve> elements = scratch.getRoadCruves();
+    const double nan = std::nan("");
+    for (double length : {nan, 0.0, -5.0, kInf}) {
+        RoadCurve bad = elements[1];
+        bad.length = length;
+        elements.push_back(bad);
+    }
+    RoadCurve noStart = elements[1], noStep = elements[1];
+    noStart.startX = nan;
+    noStep.integrationStep = 0;
+    elements.insert(elements.begin(), {noStart, noStep});
+    const ElementTable table(elements);
+    const ProjectionIndex index(table);
+    const LengthFoot sound = index.nearest(50, 3, kInf);
+    EXPECT_EQ(sound.element, 2u);
+    EXPECT_NEAR(sound.offset, 3, rcc_test::kExact);
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> near(-20, 130);
+    for (int k = 0; k < 10; ++k) {
+        const double x = k % 5 ? near(random) : 1e300, y = near(random) / 4;
+        for (const LengthFoot& foot : index.feet(x, y, kInf)) {
+            EXPECT_TRUE(std::isfinite(foot.length) && std::isfinite(foot.offset)) << x << " " << y;
+        }
+        EXPECT_NE(index.nearest(x, y, kInf).place, FootPlace::Invalid);
+    }
+}
+
 TEST(RouteProjection, RandomPointsNeverFindAFootFartherThanSampling) {
     // Any point, near or far: the nearest foot is never farther than the nearest of the
     // route's evaluated points sampled every 0.05, and feet() starts with it.
