@@ -301,6 +301,16 @@ TEST(RouteProjection, KinkGivesTheCornerOutsideAndBothFeetInside) {
     EXPECT_NEAR(inside[0].offset, 5, rcc_test::kExact);
     EXPECT_NEAR(inside[1].length, 100 - 2.5 + 5 * c, rcc_test::kExact);
     EXPECT_NEAR(inside[1].offset, 5 * c + 2.5, rcc_test::kExact);
+
+    // Across a gap from (100, 0) to (110, 0), (103, 4) is nearer the first end: 5 away.
+    RoadCurvesCalculation gapped;
+    gapped.inputLine(0, 100, 0, 0, 0);
+    gapped.inputLine(100, 200, 110, 0, 0);
+    const Indexed g(gapped);
+    const LengthFoot end = g.index.nearest(103, 4, kInf);
+    EXPECT_EQ(end.element, 0u);
+    EXPECT_NEAR(end.length, 100, rcc_test::kExact);
+    EXPECT_NEAR(end.offset, 5, rcc_test::kExact);
 }
 
 TEST(RouteProjection, BrokenElementsNeverStopAQuery) {

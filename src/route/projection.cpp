@@ -187,9 +187,9 @@ void piecewiseRoots(const ElementTable& table, std::size_t i, const Sample& a, c
     if ((a.f > 0) != (b.f > 0)) out.push_back(footAt(table, i, refine(table, i, a, b, px, py)));
 }
 
-/// A corner where the point lies beyond the end normal of one element and before the start
-/// normal of element i: the nearest route point there is i's first evaluated point, given
-/// (as every point of a curve) at the middle of its evaluation step.
+/// The first evaluated point of element i as the foot of a point with no normal foot near
+/// it (a corner): the plane distance, signed by the side. On a curve the point is given, as
+/// every point of a curve, at the middle of its evaluation step.
 LengthFoot cornerAt(const ElementTable& table, std::size_t i, const rcc::CurvePoint& first,
                     double px, double py) {
     const RoadCurve& e = table.elements()[i];
@@ -256,6 +256,14 @@ ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {
             from = to;
         }
     }
+    // The junction checked in an element's last chunk may answer with the next element's
+    // first point, so the box holds it too (the same point but for a step, unless a gap).
+    for (Chunk& c : chunks_) {
+        const std::size_t j = nextElement_[c.element];
+        if (!c.endsElement || j >= n) continue;
+        c.box = {std::min(c.box.minX, startPoint_[j].x), std::min(c.box.minY, startPoint_[j].y),
+                 std::max(c.box.maxX, startPoint_[j].x), std::max(c.box.maxY, startPoint_[j].y)};
+    }
     if (!chunks_.empty()) {
         nodes_.reserve(2 * chunks_.size());
         build(0, chunks_.size());
@@ -307,7 +315,15 @@ void ProjectionIndex::chunkFeet(const Chunk& chunk, double x, double y,
     const std::size_t j = nextElement_[i];
     if (chunk.endsElement && j < table.size()) {
         const Sample start = sampleOf(startPoint_[j], 0, x, y);
-        if (b.f > 0 && start.f <= 0) out.push_back(cornerAt(table, j, startPoint_[j], x, y));
+        if (b.f > 0 && start.f <= 0) {
+            // Beyond the end normal of one element and before the start normal of the next:
+            // the junction, from whichever side lies nearer (they differ across a gap).
+            const LengthFoot ahead = cornerAt(table, j, startPoint_[j], x, y);
+            LengthFoot behind = footAt(table, i, b);
+            behind.distance = std::hypot(b.f, b.d);
+            behind.offset = b.d < 0 ? -behind.distance : behind.distance;
+            out.push_back(behind.distance < ahead.distance ? behind : ahead);
+        }
     }
 }
 
