@@ -1,5 +1,5 @@
 // Tests of the projection onto a route: feet on straights, arcs and clothoids, at junctions,
-// on the tangents produced, several feet of one point, and long routes.
+// on the tangents produced, several feet of one point, long routes and bad input.
 #include "route/projection.hpp"
 #include "route/element_table.hpp"
 #include "test_tolerances.hpp"
@@ -19,35 +19,69 @@ using qv::route::detail::ProjectionIndex;
 
 constexpr double kPi = 3.141592653589793;
 constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kOffsets[] = {1, -1, 3.5, -3.5, 20, -20};
 
 struct Indexed {
-    explicit Indexed(const RoadCurvesCalculation& route)
-        : table(route.getRoadCruves()), index(table) {}
-    Indexed(const Indexed&) = delete;
+    explicit Indexed(std::vector<RoadCurve> elements) : table(std::move(elements)), index(table) {}
+    Indexed(const Indexed&) = delete;  // the index points into its own table
     Indexed& operator=(const Indexed&) = delete;
     ElementTable table;
     ProjectionIndex index;
 };
 
-// The point `offset` from element i's evaluation at s, along its normal (bearing + pi/2).
-void stake(const ElementTable& t, std::size_t i, double s, double offset, double& x, double& y) {
-    const rcc::CurvePoint c = t.at(i, s);
-    x = c.x - offset * std::sin(c.bearing);
-    y = c.y + offset * std::cos(c.bearing);
+// Straights from (x, y) along each bearing, each `length` long, end to end unless a gap.
+std::vector<RoadCurve> straights(std::vector<double> bearings, double length, double gap = 0) {
+    RoadCurvesCalculation route;
+    double x = 0, y = 0;
+    for (std::size_t k = 0; k < bearings.size(); ++k) {
+        route.inputLine(length * k, length * (k + 1), x, y, bearings[k]);
+        x = route.getRoadCruves().back().endX + gap;
+        y = route.getRoadCruves().back().endY;
+    }
+    return route.getRoadCruves();
 }
 
-// Dense sampling of the same evaluation within `window` of length `around`, at the middle of
-// each integration step: the length and signed offset of the evaluated point nearest (x, y).
+// Straight along +x to (100, 0), then an arc of `radius` turning left through `angle`, then
+// (with `tail`) a straight of 100 on.
+std::vector<RoadCurve> lineArc(double radius, double angle, bool tail) {
+    RoadCurvesCalculation route;
+    route.inputLine(0, 100, 0, 0, 0);
+    route.inputCurve(100, 100 + radius * angle, 100, 0, radius, 1, 0);
+    const RoadCurve a = route.getRoadCruves().back();
+    if (tail) route.inputLine(a.endDK, a.endDK + 100, a.endX, a.endY, a.endBearing);
+    return route.getRoadCruves();
+}
+
+// Intersection points from (0, 0) fitted by the library, every `radius` with transitions
+// l1 and l2; the last point ends the route.
+std::vector<RoadCurve> fitted(const std::vector<std::pair<double, double>>& points, double radius,
+                              double l1, double l2) {
+    RoadCurvesCalculation route;
+    route.addJDPoint(JDPoint{0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    double b1, b2, t1, t2, arc, deflection;
+    int turn;
+    for (std::size_t k = 0; k < points.size(); ++k) {
+        const int type = k + 1 == points.size() ? 2 : 1;
+        const auto [x, y] = points[k];
+        route.addJDPoint(JDPoint{0, radius, x, y, l1, l2, 0, 0, 0, type});
+        if (k > 0) route.convertJDPointsToRoadCurves(b1, b2, t1, t2, arc, deflection, turn);
+    }
+    return route.getRoadCruves();
+}
+
+// The evaluated point of `t` nearest (x, y) within `window` of length `around`, sampled
+// every integration step (curves at each step's middle, where the evaluation is unambiguous).
 LengthFoot denseNearest(const ElementTable& t, double around, double window, double x, double y) {
     LengthFoot best;
     best.distance = kInf;
     for (std::size_t i = 0; i < t.size(); ++i) {
         const RoadCurve& e = t.elements()[i];
-        const double h = e.curveType == 0 ? 1e-4 : e.integrationStep;
+        const double h = e.curveType == 0 ? 1e-4 : e.integrationStep,
+                     first = e.curveType ? h / 2 : 0;
         const double from = std::max(0.0, around - window - t.start(i));
         const double to = std::min(e.length, around + window - t.start(i));
-        for (double s = (std::floor(from / h) + 0.5) * h; s < to; s += h) {
+        // The element's end too: its last step may be cut short of the step's middle.
+        for (double s = std::floor(from / h) * h + first; s < to + h; s += h) {
+            s = std::min(s, to);
             const rcc::CurvePoint c = t.at(i, s);
             const double d = std::hypot(x - c.x, y - c.y);
             if (d < best.distance) {
@@ -60,270 +94,149 @@ LengthFoot denseNearest(const ElementTable& t, double around, double window, dou
     return best;
 }
 
-// Stakes points at the offsets and the given lengths into element i, and checks the nearest
-// foot against dense sampling around the stake.
-void expectStakesFound(const Indexed& r, std::size_t i, const std::vector<double>& at,
-                       const std::vector<double>& offsets = {std::begin(kOffsets),
-                                                             std::end(kOffsets)}) {
-    const double window = 0.05;  // a few design-arc steps, far beyond any stake's error
-    for (double s : at) {
-        for (double offset : offsets) {
-            double x = 0, y = 0;
-            stake(r.table, i, s, offset, x, y);
-            const LengthFoot got = r.index.nearest(x, y, kInf);
-            const LengthFoot want = denseNearest(r.table, r.table.start(i) + s, window, x, y);
-            ASSERT_EQ(got.place, FootPlace::OnRoute) << i << " " << s << " " << offset;
-            EXPECT_NEAR(got.length, want.length, rcc_test::kProjectionExact) << i << " " << s;
-            EXPECT_NEAR(got.offset, want.offset, rcc_test::kProjectionExact) << i << " " << s;
+TEST(RouteProjection, HandDerivedFeetOnStraightsArcsCornersAndTangentsProduced) {
+    const Indexed tilted(straights({std::atan2(3.0, 4.0)}, 100));  // a 3-4-5 straight
+    const Indexed arc(lineArc(300, 1, false));                     // centre (100, 300)
+    const Indexed kink(straights({0, kPi / 3}, 100));              // corner at (100, 0)
+    const Indexed gap(straights({0, 0}, 100, 10));                 // gap (100, 0)-(110, 0)
+    const double c = std::sqrt(0.75), rho = 296.5;
+    const struct {
+        const char* note;
+        const Indexed& route;
+        double x, y;
+        FootPlace place;
+        double length, offset, tolerance;
+    } cases[] = {
+        {"30 along is (24, 18), 4 right adds (2.4, -3.2)", tilted, 26.4, 14.8, FootPlace::OnRoute,
+         30, -4, rcc_test::kExact},
+        {"3.5 inside the arc, 0.5 rad round: R - rho, 100 + R 0.5", arc, 100 + rho * std::sin(0.5),
+         300 - rho * std::cos(0.5), FootPlace::OnRoute, 250, 3.5, rcc_test::kStepPosition},
+        {"20 outside the arc, 0.5 rad round", arc, 100 + 320 * std::sin(0.5),
+         300 - 320 * std::cos(0.5), FootPlace::OnRoute, 250, -20, rcc_test::kStepPosition},
+        {"10 behind the start, 2 left", kink, -10, 2, FootPlace::BeforeStart, -10, 2,
+         rcc_test::kExact},
+        {"7 beyond the end, 3 left", kink, 150 + 7 * 0.5 - 3 * c, 100 * c + 7 * c + 3 * 0.5,
+         FootPlace::BeyondEnd, 207, 3, rcc_test::kExact},
+        {"outside the kink no normal reaches: the corner", kink, 105, -5, FootPlace::OnRoute, 100,
+         -std::sqrt(50.0), rcc_test::kExact},
+        {"across a gap the nearer end answers", gap, 103, 4, FootPlace::OnRoute, 100, 5,
+         rcc_test::kExact},
+    };
+    for (const auto& t : cases) {
+        const LengthFoot foot = t.route.index.nearest(t.x, t.y, kInf);
+        EXPECT_EQ(foot.place, t.place) << t.note;
+        EXPECT_NEAR(foot.length, t.length, t.tolerance) << t.note;
+        EXPECT_NEAR(foot.offset, t.offset, t.tolerance) << t.note;
+        EXPECT_EQ(t.route.index.nearest(t.x, t.y, std::abs(t.offset) * 0.999).place,
+                  FootPlace::None)
+            << t.note;
+    }
+}
+
+TEST(RouteProjection, EveryFootIsReportedNearestFirst) {
+    // Inside the kink, (95, 5): 95 along the first straight, and (-5, 5) . (0.5, c) along the
+    // second, (-5, 5) . (-c, 0.5) across it. 1 from the centre of an arc of R 50 through
+    // 1.5 pi, at 0.25 pi round: arc feet R - 1 and R + 1 (the farthest point), and on the
+    // straight after it q in, R + q across. By hand.
+    const double c = std::sqrt(0.75), q = std::sqrt(0.5), arc = 50 * 1.5 * kPi;
+    // The evaluation may stand a step off the true arc; 1 from the centre that swings the
+    // radius through the point by step / 1 rad, and the arc feet R = 50 times as far.
+    const double nearCentre = 50 * rcc_test::kStepPosition;
+    const Indexed kink(straights({0, kPi / 3}, 100)), loop(lineArc(50, 1.5 * kPi, true));
+    const struct {
+        const Indexed& route;
+        double x, y, tolerance;
+        std::vector<double> lengths, offsets;
+    } cases[] = {
+        {kink, 95, 5, rcc_test::kExact, {95, 97.5 + 5 * c}, {5, 2.5 + 5 * c}},
+        {loop,
+         100 + q,
+         50 - q,
+         nearCentre,
+         {100 + 50 * 0.25 * kPi, 100 + arc + q, 100 + 50 * 1.25 * kPi},
+         {49, 50 + q, 51}},
+    };
+    for (const auto& t : cases) {
+        const std::vector<LengthFoot> all = t.route.index.feet(t.x, t.y, kInf);
+        ASSERT_EQ(all.size(), t.lengths.size());
+        for (std::size_t k = 0; k < all.size(); ++k) {
+            EXPECT_NEAR(all[k].length, t.lengths[k], t.tolerance) << k;
+            EXPECT_NEAR(all[k].offset, t.offsets[k], t.tolerance) << k;
         }
+        EXPECT_EQ(t.route.index.nearest(t.x, t.y, kInf).length, all[0].length);
     }
 }
 
-// Start (0, 0), one intersection point and an end, fitted by the library.
-RoadCurvesCalculation fitted(double jx, double jy, double ex, double ey, double radius, double l1,
-                             double l2) {
-    RoadCurvesCalculation route;
-    route.addJDPoint(JDPoint{0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
-    route.addJDPoint(JDPoint{0, radius, jx, jy, l1, l2, 0, 0, 0, 1});
-    route.addJDPoint(JDPoint{0, 0, ex, ey, 0, 0, 0, 0, 0, 2});
-    double b1, b2, t1, t2, arc, deflection;
-    int turn;
-    route.convertJDPointsToRoadCurves(b1, b2, t1, t2, arc, deflection, turn);
-    return route;
-}
-
-TEST(RouteProjection, PointBesideAStraightFallsOnItsNormal) {
-    // A 3-4-5 straight from (10, 20): 30 along is (34, 38), an offset o adds (-0.6 o, 0.8 o).
-    RoadCurvesCalculation route;
-    const double bearing = std::atan2(3.0, 4.0);
-    route.inputLine(0, 100, 10, 20, bearing);
-    const Indexed r(route);
-    for (double offset : kOffsets) {
-        const double x = 10 + 30 * 0.8 - offset * 0.6, y = 20 + 30 * 0.6 + offset * 0.8;
-        const LengthFoot foot = r.index.nearest(x, y, kInf);
-        EXPECT_EQ(foot.place, FootPlace::OnRoute);
-        EXPECT_NEAR(foot.length, 30, rcc_test::kExact);
-        EXPECT_NEAR(foot.offset, offset, rcc_test::kExact);
-        EXPECT_NEAR(foot.x, 34, rcc_test::kExact);
-        EXPECT_NEAR(foot.y, 38, rcc_test::kExact);
-    }
-}
-
-TEST(RouteProjection, ArcFootLiesOnTheRadiusThroughThePoint) {
-    // Straight along +x to (100, 0), then an arc of R 300 turning left (centre (100, 300)):
-    // a point at distance rho from the centre, 0.5 rad round, lies R - rho to the left at
-    // length 100 + R * 0.5.
-    RoadCurvesCalculation route;
-    route.inputLine(0, 100, 0, 0, 0);
-    route.inputCurve(100, 400, 100, 0, 300, 1, 0);
-    const Indexed r(route);
-    for (double offset : kOffsets) {
-        const double rho = 300 - offset;
-        const LengthFoot foot =
-            r.index.nearest(100 + rho * std::sin(0.5), 300 - rho * std::cos(0.5), kInf);
-        EXPECT_EQ(foot.element, 1u);
-        EXPECT_NEAR(foot.length, 250, rcc_test::kStepPosition) << offset;
-        EXPECT_NEAR(foot.offset, offset, rcc_test::kStepPosition) << offset;
-    }
-    expectStakesFound(r, 1, {0.3, 17.25, 150, 299.9});
-}
-
-TEST(RouteProjection, ClothoidsInOutAndBetweenRadiiMatchDenseSampling) {
-    RoadCurvesCalculation route =
-        fitted(400, 0, 400 + 400 * std::cos(0.6), 400 * std::sin(0.6), 300, 80, 80);
-    // A clothoid between R 600 and R 150 turning right, after the fitted curve.
-    const RoadCurve last = route.getRoadCruves().back();
-    route.inputIncompleteTransitionCurve(last.endDK, last.endDK + 120, last.endX, last.endY, 600,
-                                         150, -1, last.endBearing);
-    const Indexed r(route);
-    ASSERT_EQ(r.table.size(), 6u);  // line, in, arc, out, line, between radii
-    for (std::size_t i : {1u, 2u, 3u, 5u}) {
-        const double l = r.table.elements()[i].length;
-        expectStakesFound(r, i, {0.05, l / 3, l / 2 + 0.00003, l - 0.05});
-    }
-}
-
-TEST(RouteProjection, KeyPointsAndTheirNeighbourhoodsKeepOneFoot) {
-    // On every junction and a hair either side of it, one nearest foot matching dense
-    // sampling; feet() holds it exactly once.
-    const RoadCurvesCalculation route =
-        fitted(400, 0, 400 + 400 * std::cos(0.6), 400 * std::sin(0.6), 300, 80, 80);
-    const Indexed r(route);
-    for (std::size_t i = 1; i < r.table.size(); ++i) {
-        expectStakesFound(r, i, {0, 1e-4, 1e-3});
-        expectStakesFound(r, i - 1, {r.table.elements()[i - 1].length - 1e-3});
-        for (double offset : kOffsets) {
-            double x = 0, y = 0;
-            stake(r.table, i, 0, offset, x, y);
-            const std::vector<LengthFoot> all = r.index.feet(x, y, std::abs(offset) + 1);
-            ASSERT_EQ(all.size(), 1u) << i << " " << offset;
-            EXPECT_NEAR(all[0].length, r.table.start(i), rcc_test::kProjectionExact);
+TEST(RouteProjection, StakedPointsComeBackAsDenseSamplingFindsThem) {
+    // Clothoids in and out (R 300), one between R 600 and R 150; a drawing arch's left run
+    // (wall, then a quarter arc of R 5 at step 0.01); a zigzag of 10,001 elements. Points
+    // staked on element starts (key points), a hair after them, a hair before the end and
+    // inside, at the surveyor's offsets.
+    std::vector<RoadCurve> clothoids = fitted({{400, 0}, {720, 240}}, 300, 80, 80);
+    RoadCurvesCalculation between;
+    const RoadCurve& e = clothoids.back();
+    between.inputIncompleteTransitionCurve(e.endDK, e.endDK + 120, e.endX, e.endY, 600, 150, -1,
+                                           e.endBearing);
+    clothoids.push_back(between.getRoadCruves().back());
+    RoadCurvesCalculation left, right, base;
+    analysisDesignCurves({{-5, 0, 5, 0, 0}, {-5, 0, -5, 3, 0}, {5, 3, 5, 0, 0}, {-5, 3, 5, 3, 5}},
+                         left, right, base);
+    std::vector<std::pair<double, double>> zigzag;
+    for (int k = 1; k <= 2501; ++k) zigzag.emplace_back(200.0 * k, k % 2 ? 60.0 : 0.0);
+    const Indexed routes[] = {Indexed(clothoids), Indexed(left.getRoadCruves()),
+                              Indexed(fitted(zigzag, 150, 40, 40))};
+    const std::vector<double> wide{1, -1, 3.5, -3.5, 20, -20}, withinTheArch{1, -1};
+    ASSERT_EQ(routes[2].table.size(), 10001u);
+    std::mt19937 random(13);
+    for (int r = 0; r < 3; ++r) {
+        const ElementTable& t = routes[r].table;
+        std::uniform_int_distribution<std::size_t> pick(1, t.size() - 1);
+        for (int k = 0; k < 6; ++k) {
+            const std::size_t i = r == 2 ? pick(random) : k % t.size();
+            const double l = t.elements()[i].length;
+            for (double s : {0.0, 1e-4, 1e-3, l / 3 + 3e-5, l - 1e-3}) {
+                for (double offset : r == 1 ? withinTheArch : wide) {
+                    const rcc::CurvePoint p = t.at(i, s);
+                    const double x = p.x - offset * std::sin(p.bearing);
+                    const double y = p.y + offset * std::cos(p.bearing);
+                    const LengthFoot got = routes[r].index.nearest(x, y, kInf);
+                    const LengthFoot want = denseNearest(t, t.start(i) + s, 0.05, x, y);
+                    const auto where = ::testing::Message()
+                                       << r << " " << i << " " << s << " " << offset;
+                    ASSERT_EQ(got.place, FootPlace::OnRoute) << where;
+                    EXPECT_NEAR(got.length, want.length, rcc_test::kProjectionExact) << where;
+                    EXPECT_NEAR(got.offset, want.offset, rcc_test::kProjectionExact) << where;
+                    if (s != 0) continue;  // a key point: found once, not lost or doubled
+                    const double within = 1.01 * std::abs(offset);
+                    EXPECT_EQ(routes[r].index.feet(x, y, within).size(), 1u) << where;
+                }
+            }
         }
     }
 }
 
 TEST(RouteProjection, IntersectionPointOfASymmetricCurveLocatesAtItsMiddle) {
-    // Legs of 300 either side of the point, equal transitions: the curve is symmetric about
-    // the bisector through the intersection point.
-    const double c = std::cos(0.8), s = std::sin(0.8);
-    const RoadCurvesCalculation route = fitted(300, 0, 300 + 300 * c, 300 * s, 120, 50, 50);
-    const Indexed r(route);
-    const double middle = 0.5 * (r.table.start(1) + r.table.start(4));
+    // Legs of 300 either side, equal transitions: symmetric about the bisector through the
+    // intersection point, which the curve, turning left, leaves on its right.
+    const Indexed r(
+        fitted({{300, 0}, {300 + 300 * std::cos(0.8), 300 * std::sin(0.8)}}, 120, 50, 50));
     const LengthFoot foot = r.index.nearest(300, 0, kInf);
-    EXPECT_NEAR(foot.length, middle, rcc_test::kProjectionExact);
-    EXPECT_LT(foot.offset, 0);  // the curve turns left, away from the point
+    EXPECT_NEAR(foot.length, 0.5 * (r.table.start(1) + r.table.start(4)),
+                rcc_test::kProjectionExact);
+    EXPECT_LT(foot.offset, 0);
 }
 
-TEST(RouteProjection, PointsOffTheEndsFallOnTheTangentsProduced) {
-    // Straight (0, 0) -> (100, 0), then a left arc; the end tangent is found from the
-    // evaluated end. Behind the start: 10 back and 2 to the left, by hand.
-    RoadCurvesCalculation route;
-    route.inputLine(0, 100, 0, 0, 0);
-    route.inputCurve(100, 150, 100, 0, 200, 1, 0);
-    const Indexed r(route);
-    const LengthFoot before = r.index.nearest(-10, 2, kInf);
-    EXPECT_EQ(before.place, FootPlace::BeforeStart);
-    EXPECT_NEAR(before.length, -10, rcc_test::kExact);
-    EXPECT_NEAR(before.offset, 2, rcc_test::kExact);
-
-    const rcc::CurvePoint end = r.table.at(1, 50);
-    const double x = end.x + 7 * std::cos(end.bearing) + 3 * std::sin(end.bearing);
-    const double y = end.y + 7 * std::sin(end.bearing) - 3 * std::cos(end.bearing);
-    const LengthFoot beyond = r.index.nearest(x, y, kInf);
-    EXPECT_EQ(beyond.place, FootPlace::BeyondEnd);
-    EXPECT_NEAR(beyond.length, 157, rcc_test::kExact);
-    EXPECT_NEAR(beyond.offset, -3, rcc_test::kExact);
-}
-
-TEST(RouteProjection, PointNearTheCentreOfAnArcHasEveryFoot) {
-    // Straight to (100, 0), a left arc of R 50 through 1.5 pi (centre (100, 50)), then a
-    // straight heading -y from (50, 50). The point 1 from the centre at 0.25 pi round: arc
-    // feet at 0.25 pi (R - 1) and 1.25 pi (R + 1, farthest); on the last straight
-    // cos(0.25 pi) in, R + sin(0.25 pi) across. By hand.
-    RoadCurvesCalculation route;
-    route.inputLine(0, 100, 0, 0, 0);
-    const double arc = 50 * 1.5 * kPi;
-    route.inputCurve(100, 100 + arc, 100, 0, 50, 1, 0);
-    const RoadCurve a = route.getRoadCruves().back();
-    route.inputLine(a.endDK, a.endDK + 100, a.endX, a.endY, a.endBearing);
-    const Indexed r(route);
-    const double q = std::sqrt(0.5);
-    const std::vector<LengthFoot> all = r.index.feet(100 + q, 50 - q, kInf);
-    ASSERT_EQ(all.size(), 3u);
-    // The evaluation may stand a step off the true arc; 1 from the centre that swings the
-    // radius through the point by step / 1 rad, which moves the arc feet R = 50 times as far.
-    const double nearCentre = 50 * rcc_test::kStepPosition;
-    const double lengths[] = {100 + 50 * 0.25 * kPi, 100 + arc + q, 100 + 50 * 1.25 * kPi};
-    const double offsets[] = {49, 50 + q, 51};
-    for (int k = 0; k < 3; ++k) {
-        EXPECT_NEAR(all[k].length, lengths[k], nearCentre) << k;
-        EXPECT_NEAR(all[k].offset, offsets[k], rcc_test::kStepPosition) << k;
-    }
-    EXPECT_EQ(r.index.nearest(100 + q, 50 - q, kInf).length, all[0].length);
-}
-
-TEST(RouteProjection, DesignDrawingArcOfCoarseStepMatchesDenseSampling) {
-    // Left run of an arch: wall (-5, 0) -> (-5, 3), then a quarter arc of R 5 clockwise
-    // about (0, 3) to (0, 8). A point 2 from the centre at 45 degrees lies 3 to the right,
-    // at length 3 + 5 pi / 4.
-    RoadCurvesCalculation left, right, base;
-    ASSERT_EQ(analysisDesignCurves(
-                  {{-5, 0, 5, 0, 0}, {-5, 0, -5, 3, 0}, {5, 3, 5, 0, 0}, {-5, 3, 5, 3, 5}}, left,
-                  right, base),
-              0);
-    const Indexed r(left);
-    ASSERT_EQ(r.table.size(), 2u);
-    const LengthFoot foot = r.index.nearest(-2 * std::sqrt(0.5), 3 + 2 * std::sqrt(0.5), kInf);
-    EXPECT_NEAR(foot.length, 3 + 5 * kPi / 4, rcc_test::kDesignArcPosition);
-    EXPECT_NEAR(foot.offset, -3, rcc_test::kDesignArcPosition);
-    expectStakesFound(r, 1, {0.003, 1.234, 5.5, 7.8}, {1, -1, 3.5, -3.5});  // within R 5
-}
-
-TEST(RouteProjection, LongRouteOfTenThousandElements) {
-    // Zigzag of 2,500 intersection points, each fitted with transitions: 10,001 elements.
-    RoadCurvesCalculation route;
-    route.addJDPoint(JDPoint{0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
-    double b1, b2, t1, t2, arc, deflection;
-    int turn;
-    constexpr int kPoints = 2500;
-    for (int k = 1; k <= kPoints + 1; ++k) {
-        const int type = k == kPoints + 1 ? 2 : 1;
-        route.addJDPoint(JDPoint{0, 150, 200.0 * k, k % 2 ? 60.0 : 0.0, 40, 40, 0, 0, 0, type});
-        if (k >= 2) route.convertJDPointsToRoadCurves(b1, b2, t1, t2, arc, deflection, turn);
-    }
-    const Indexed r(route);
-    ASSERT_EQ(r.table.size(), 4u * kPoints + 1);
-    std::mt19937 random(13);
-    std::uniform_int_distribution<std::size_t> element(1, r.table.size() - 2);
-    for (int k = 0; k < 20; ++k) {
-        const std::size_t i = element(random);
-        expectStakesFound(r, i, {0.37 * r.table.elements()[i].length});
-    }
-}
-
-TEST(RouteProjection, BadPointsAndNothingNearGiveNoFoot) {
-    RoadCurvesCalculation route;
-    route.inputLine(0, 100, 0, 0, 0);
-    const Indexed r(route);
-    const double nan = std::nan("");
-    for (double x : {nan, kInf, -kInf}) {
-        EXPECT_EQ(r.index.nearest(x, 0, kInf).place, FootPlace::Invalid);
-        EXPECT_EQ(r.index.nearest(0, x, kInf).place, FootPlace::Invalid);
-        EXPECT_TRUE(r.index.feet(x, 0, kInf).empty());
-    }
-    EXPECT_EQ(r.index.nearest(50, 5, 4.999).place, FootPlace::None);
-    EXPECT_EQ(r.index.nearest(50, 5, nan).place, FootPlace::None);
-    EXPECT_EQ(r.index.nearest(50, 5, 5).place, FootPlace::OnRoute);
-    const ElementTable empty;
-    EXPECT_EQ(ProjectionIndex(empty).nearest(1, 2, kInf).place, FootPlace::None);
-}
-
-TEST(RouteProjection, KinkGivesTheCornerOutsideAndBothFeetInside) {
-    // Straight along +x to (100, 0), then one at 60 degrees from there. Outside the kink no
-    // normal reaches (105, -5): the corner, sqrt(50) away on the right. Inside, (95, 5) has
-    // feet on both: 95 along the first (offset 5) and (-5, 5) . (0.5, sqrt(0.75)) along the
-    // second, (-5, 5) . (-sqrt(0.75), 0.5) across it. By hand.
-    RoadCurvesCalculation route;
-    route.inputLine(0, 100, 0, 0, 0);
-    route.inputLine(100, 200, 100, 0, kPi / 3);
-    const Indexed r(route);
-    const LengthFoot corner = r.index.nearest(105, -5, kInf);
-    EXPECT_EQ(corner.place, FootPlace::OnRoute);
-    EXPECT_NEAR(corner.length, 100, rcc_test::kExact);
-    EXPECT_NEAR(corner.offset, -std::sqrt(50.0), rcc_test::kExact);
-    EXPECT_EQ(r.index.feet(105, -5, kInf).size(), 1u);
-    EXPECT_EQ(r.index.nearest(105, -5, 7.07).place, FootPlace::None);
-
-    const std::vector<LengthFoot> inside = r.index.feet(95, 5, kInf);
-    ASSERT_EQ(inside.size(), 2u);
-    const double c = std::sqrt(0.75);
-    EXPECT_NEAR(inside[0].length, 95, rcc_test::kExact);
-    EXPECT_NEAR(inside[0].offset, 5, rcc_test::kExact);
-    EXPECT_NEAR(inside[1].length, 100 - 2.5 + 5 * c, rcc_test::kExact);
-    EXPECT_NEAR(inside[1].offset, 5 * c + 2.5, rcc_test::kExact);
-
-    // Across a gap from (100, 0) to (110, 0), (103, 4) is nearer the first end: 5 away.
-    RoadCurvesCalculation gapped;
-    gapped.inputLine(0, 100, 0, 0, 0);
-    gapped.inputLine(100, 200, 110, 0, 0);
-    const Indexed g(gapped);
-    const LengthFoot end = g.index.nearest(103, 4, kInf);
-    EXPECT_EQ(end.element, 0u);
-    EXPECT_NEAR(end.length, 100, rcc_test::kExact);
-    EXPECT_NEAR(end.offset, 5, rcc_test::kExact);
-}
-
-TEST(RouteProjection, BrokenElementsNeverStopAQuery) {
+TEST(RouteProjection, BadPointsAndBrokenElementsNeverStopAQuery) {
     // Elements no builder gives (lengths NaN, 0, negative, infinite; a NaN start; a curve
-    // without a step) and a clothoid tightening to R 0.05 (dozens of turns) around a
-    // sound straight, which still answers.
+    // without a step; a clothoid tightening to R 0.05, dozens of turns) around a sound
+    // straight, which still answers; non-finite points are Invalid, nothing near is None.
     RoadCurvesCalculation scratch;
     scratch.inputLine(0, 100, 0, 0, 0);
     scratch.inputInTransitionCurve(100, 110, 100, 0, 0.05, 1, 0);
     std::vector<RoadCurve> elements = scratch.getRoadCruves();
     const double nan = std::nan("");
+    RoadCurve bad = elements[1];
     for (double length : {nan, 0.0, -5.0, kInf}) {
-        RoadCurve bad = elements[1];
         bad.length = length;
         elements.push_back(bad);
     }
@@ -331,28 +244,29 @@ TEST(RouteProjection, BrokenElementsNeverStopAQuery) {
     noStart.startX = nan;
     noStep.integrationStep = 0;
     elements.insert(elements.begin(), {noStart, noStep});
-    const ElementTable table(elements);
-    const ProjectionIndex index(table);
-    const LengthFoot sound = index.nearest(50, 3, kInf);
-    EXPECT_EQ(sound.element, 2u);
-    EXPECT_NEAR(sound.offset, 3, rcc_test::kExact);
-    std::mt19937 random(3);
-    std::uniform_real_distribution<double> near(-20, 130);
-    for (int k = 0; k < 10; ++k) {
-        const double x = k % 5 ? near(random) : 1e300, y = near(random) / 4;
-        for (const LengthFoot& foot : index.feet(x, y, kInf)) {
-            EXPECT_TRUE(std::isfinite(foot.length) && std::isfinite(foot.offset)) << x << " " << y;
-        }
-        EXPECT_NE(index.nearest(x, y, kInf).place, FootPlace::Invalid);
+    const Indexed r(elements);
+    EXPECT_EQ(r.index.nearest(50, 3, kInf).element, 2u);
+    EXPECT_NEAR(r.index.nearest(50, 3, kInf).offset, 3, rcc_test::kExact);
+    EXPECT_EQ(r.index.nearest(50, 3, 2.999).place, FootPlace::None);
+    EXPECT_EQ(r.index.nearest(50, 3, nan).place, FootPlace::None);
+    for (double v : {nan, kInf, -kInf}) {
+        EXPECT_EQ(r.index.nearest(v, 0, kInf).place, FootPlace::Invalid);
+        EXPECT_EQ(r.index.nearest(0, v, kInf).place, FootPlace::Invalid);
+        EXPECT_TRUE(r.index.feet(v, 0, kInf).empty());
     }
+    for (double x : {-20.0, 40.0, 99.0, 101.0, 104.0, 108.0, 1e300}) {
+        for (const LengthFoot& foot : r.index.feet(x, x / 30, kInf))
+            EXPECT_TRUE(std::isfinite(foot.length) && std::isfinite(foot.offset)) << x;
+    }
+    const ElementTable empty;
+    EXPECT_EQ(ProjectionIndex(empty).nearest(1, 2, kInf).place, FootPlace::None);
 }
 
 TEST(RouteProjection, RandomPointsNeverFindAFootFartherThanSampling) {
-    // Any point, near or far: the nearest foot is never farther than the nearest of the
-    // route's evaluated points sampled every 0.05, and feet() starts with it.
-    const RoadCurvesCalculation route =
-        fitted(400, 0, 400 + 400 * std::cos(2.5), 400 * std::sin(2.5), 60, 70, 30);
-    const Indexed r(route);
+    // Near or far, the nearest foot is never farther than the nearest of the route's
+    // evaluated points sampled every 0.05 (a tight curve of R 60 turning through 143 deg).
+    const Indexed r(
+        fitted({{400, 0}, {400 + 400 * std::cos(2.5), 400 * std::sin(2.5)}}, 60, 70, 30));
     std::mt19937 random(7);
     std::uniform_real_distribution<double> near(-300, 700), far(-1e7, 1e7);
     for (int k = 0; k < 200; ++k) {
@@ -364,7 +278,6 @@ TEST(RouteProjection, RandomPointsNeverFindAFootFartherThanSampling) {
                 sampled = std::min(sampled, std::hypot(x - c.x, y - c.y));
             }
         const LengthFoot foot = r.index.nearest(x, y, kInf);
-        ASSERT_NE(foot.place, FootPlace::None);
         EXPECT_LE(foot.distance, sampled + rcc_test::kProjectionExact) << x << " " << y;
         const std::vector<LengthFoot> all = r.index.feet(x, y, kInf);
         ASSERT_FALSE(all.empty());

@@ -333,7 +333,11 @@ void ProjectionIndex::endFeet(double x, double y, std::vector<LengthFoot>& out) 
     const RoadCurve& e = table.elements()[first_];
     const double tx = std::cos(e.startBearing), ty = std::sin(e.startBearing);
     const double f = (x - e.startX) * tx + (y - e.startY) * ty;
-    if (f < 0) {
+    // Within half an integration step of an end's normal the point is at that end: the
+    // evaluation cannot tell it apart, and round-off must not push it off the route.
+    const double slack = 0.5 * stepOf(e);
+    if (f < 0 && f >= -slack) out.push_back(cornerAt(table, first_, startPoint_[first_], x, y));
+    if (f < -slack) {
         LengthFoot foot;
         foot.place = FootPlace::BeforeStart;
         foot.length = table.start(first_) + f;
@@ -347,7 +351,12 @@ void ProjectionIndex::endFeet(double x, double y, std::vector<LengthFoot>& out) 
     // Beyond the end: on the tangent of the last element's evaluated end.
     const RoadCurve& l = table.elements()[last_];
     const Sample end = sampleOf(chunks_.back().toPoint, l.length, x, y);
-    if (end.f > 0) {
+    if (end.f > 0 && end.f <= 0.5 * stepOf(l)) {
+        LengthFoot foot = footAt(table, last_, end);
+        foot.distance = std::hypot(end.f, end.d);
+        out.push_back(foot);
+    }
+    if (end.f > 0.5 * stepOf(l)) {
         LengthFoot foot;
         foot.place = FootPlace::BeyondEnd;
         foot.length = table.start(last_) + l.length + end.f;
