@@ -94,76 +94,57 @@ LengthFoot denseNearest(const ElementTable& t, double around, double window, dou
     return best;
 }
 
-TEST(RouteProjection, HandDerivedFeetOnStraightsArcsCornersAndTangentsProduced) {
+TEST(RouteProjection, HandDerivedFeetComeNearestFirst) {
     const Indexed tilted(straights({std::atan2(3.0, 4.0)}, 100));  // a 3-4-5 straight
     const Indexed arc(lineArc(300, 1, false));                     // centre (100, 300)
     const Indexed kink(straights({0, kPi / 3}, 100));              // corner at (100, 0)
     const Indexed gap(straights({0, 0}, 100, 10));                 // gap (100, 0)-(110, 0)
-    const double c = std::sqrt(0.75), rho = 296.5;
-    const struct {
-        const char* note;
-        const Indexed& route;
-        double x, y;
-        FootPlace place;
-        double length, offset, tolerance;
-    } cases[] = {
-        {"30 along is (24, 18), 4 right adds (2.4, -3.2)", tilted, 26.4, 14.8, FootPlace::OnRoute,
-         30, -4, rcc_test::kExact},
-        {"3.5 inside the arc, 0.5 rad round: R - rho, 100 + R 0.5", arc, 100 + rho * std::sin(0.5),
-         300 - rho * std::cos(0.5), FootPlace::OnRoute, 250, 3.5, rcc_test::kStepPosition},
-        {"20 outside the arc, 0.5 rad round", arc, 100 + 320 * std::sin(0.5),
-         300 - 320 * std::cos(0.5), FootPlace::OnRoute, 250, -20, rcc_test::kStepPosition},
-        {"10 behind the start, 2 left", kink, -10, 2, FootPlace::BeforeStart, -10, 2,
-         rcc_test::kExact},
-        {"7 beyond the end, 3 left", kink, 150 + 7 * 0.5 - 3 * c, 100 * c + 7 * c + 3 * 0.5,
-         FootPlace::BeyondEnd, 207, 3, rcc_test::kExact},
-        {"outside the kink no normal reaches: the corner", kink, 105, -5, FootPlace::OnRoute, 100,
-         -std::sqrt(50.0), rcc_test::kExact},
-        {"across a gap the nearer end answers", gap, 103, 4, FootPlace::OnRoute, 100, 5,
-         rcc_test::kExact},
-    };
-    for (const auto& t : cases) {
-        const LengthFoot foot = t.route.index.nearest(t.x, t.y, kInf);
-        EXPECT_EQ(foot.place, t.place) << t.note;
-        EXPECT_NEAR(foot.length, t.length, t.tolerance) << t.note;
-        EXPECT_NEAR(foot.offset, t.offset, t.tolerance) << t.note;
-        EXPECT_EQ(t.route.index.nearest(t.x, t.y, std::abs(t.offset) * 0.999).place,
-                  FootPlace::None)
-            << t.note;
-    }
-}
-
-TEST(RouteProjection, EveryFootIsReportedNearestFirst) {
-    // Inside the kink, (95, 5): 95 along the first straight, and (-5, 5) . (0.5, c) along the
-    // second, (-5, 5) . (-c, 0.5) across it. 1 from the centre of an arc of R 50 through
-    // 1.5 pi, at 0.25 pi round: arc feet R - 1 and R + 1 (the farthest point), and on the
-    // straight after it q in, R + q across. By hand.
-    const double c = std::sqrt(0.75), q = std::sqrt(0.5), arc = 50 * 1.5 * kPi;
+    const Indexed loop(lineArc(50, 1.5 * kPi, true));              // centre (100, 50)
+    // By hand. On the arc, 0.5 rad round at rho from the centre: R - rho across, R 0.5 on.
+    // Past the kink's end (150, 100 c): 7 on, 3 left. Inside the kink, (-5, 5) from the
+    // corner: . (0.5, c) along the second straight, . (-c, 0.5) across. 1 from the loop's
+    // centre, pi / 4 round: R - 1, then q along the last straight, and R + 1 (the farthest).
+    const double c = std::sqrt(0.75), q = std::sqrt(0.5), turn = 50 * 1.5 * kPi;
+    const double inX = 100 + 296.5 * std::sin(0.5), inY = 300 - 296.5 * std::cos(0.5);
+    const double outX = 100 + 320 * std::sin(0.5), outY = 300 - 320 * std::cos(0.5);
     // The evaluation may stand a step off the true arc; 1 from the centre that swings the
     // radius through the point by step / 1 rad, and the arc feet R = 50 times as far.
     const double nearCentre = 50 * rcc_test::kStepPosition;
-    const Indexed kink(straights({0, kPi / 3}, 100)), loop(lineArc(50, 1.5 * kPi, true));
+    const double exact = rcc_test::kExact, step = rcc_test::kStepPosition;
+    constexpr FootPlace on = FootPlace::OnRoute;
+    struct Want {
+        FootPlace place;
+        double length, offset;
+    };
+    const std::vector<Want> loopFeet{{on, 100 + 50 * kPi / 4, 49},
+                                     {on, 100 + turn + q, 50 + q},
+                                     {on, 100 + 50 * 1.25 * kPi, 51}};
     const struct {
         const Indexed& route;
         double x, y, tolerance;
-        std::vector<double> lengths, offsets;
+        std::vector<Want> feet;
+        const char* note;
     } cases[] = {
-        {kink, 95, 5, rcc_test::kExact, {95, 97.5 + 5 * c}, {5, 2.5 + 5 * c}},
-        {loop,
-         100 + q,
-         50 - q,
-         nearCentre,
-         {100 + 50 * 0.25 * kPi, 100 + arc + q, 100 + 50 * 1.25 * kPi},
-         {49, 50 + q, 51}},
-    };
+        {tilted, 26.4, 14.8, exact, {{on, 30, -4}}, "30 along (24, 18), 4 right (2.4, -3.2)"},
+        {arc, inX, inY, step, {{on, 250, 3.5}}, "3.5 inside the arc"},
+        {arc, outX, outY, step, {{on, 250, -20}}, "20 outside the arc"},
+        {kink, -10, 2, exact, {{FootPlace::BeforeStart, -10, 2}}, "behind the start"},
+        {kink, 153.5 - 3 * c, 107 * c + 1.5, exact, {{FootPlace::BeyondEnd, 207, 3}}, "past it"},
+        {kink, 105, -5, exact, {{on, 100, -std::sqrt(50.0)}}, "outside the kink: the corner"},
+        {kink, 95, 5, exact, {{on, 95, 5}, {on, 97.5 + 5 * c, 2.5 + 5 * c}}, "inside the kink"},
+        {gap, 103, 4, exact, {{on, 100, 5}}, "across a gap the nearer end answers"},
+        {loop, 100 + q, 50 - q, nearCentre, loopFeet, "near the centre of an arc"}};
     for (const auto& t : cases) {
         const std::vector<LengthFoot> all = t.route.index.feet(t.x, t.y, kInf);
-        ASSERT_EQ(all.size(), t.lengths.size());
+        ASSERT_EQ(all.size(), t.feet.size()) << t.note;
         for (std::size_t k = 0; k < all.size(); ++k) {
-            EXPECT_NEAR(all[k].length, t.lengths[k], t.tolerance) << k;
-            EXPECT_NEAR(all[k].offset, t.offsets[k], t.tolerance) << k;
+            EXPECT_EQ(all[k].place, t.feet[k].place) << t.note;
+            EXPECT_NEAR(all[k].length, t.feet[k].length, t.tolerance) << t.note;
+            EXPECT_NEAR(all[k].offset, t.feet[k].offset, t.tolerance) << t.note;
         }
-        EXPECT_EQ(t.route.index.nearest(t.x, t.y, kInf).length, all[0].length);
+        const ProjectionIndex& index = t.route.index;
+        EXPECT_EQ(index.nearest(t.x, t.y, kInf).length, all[0].length) << t.note;
+        EXPECT_EQ(index.nearest(t.x, t.y, all[0].distance * 0.999).place, FootPlace::None);
     }
 }
 
@@ -264,16 +245,16 @@ TEST(RouteProjection, BadPointsAndBrokenElementsNeverStopAQuery) {
 
 TEST(RouteProjection, RandomPointsNeverFindAFootFartherThanSampling) {
     // Near or far, the nearest foot is never farther than the nearest of the route's
-    // evaluated points sampled every 0.05 (a tight curve of R 60 turning through 143 deg).
+    // evaluated points sampled every 0.1 (a tight curve of R 60 turning through 143 deg).
     const Indexed r(
         fitted({{400, 0}, {400 + 400 * std::cos(2.5), 400 * std::sin(2.5)}}, 60, 70, 30));
     std::mt19937 random(7);
     std::uniform_real_distribution<double> near(-300, 700), far(-1e7, 1e7);
-    for (int k = 0; k < 200; ++k) {
+    for (int k = 0; k < 100; ++k) {
         const double x = k % 4 ? near(random) : far(random), y = near(random);
         double sampled = kInf;
         for (std::size_t i = 0; i < r.table.size(); ++i)
-            for (double s = 0; s <= r.table.elements()[i].length; s += 0.05) {
+            for (double s = 0; s <= r.table.elements()[i].length; s += 0.1) {
                 const rcc::CurvePoint c = r.table.at(i, s);
                 sampled = std::min(sampled, std::hypot(x - c.x, y - c.y));
             }
