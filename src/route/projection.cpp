@@ -22,6 +22,9 @@ constexpr double kMaxChunksPerElement = 1024;
 /// How often a stretch whose along-tangent component may have several roots is halved
 /// (32 pieces per chunk at most: only points near a centre of curvature need them).
 constexpr int kMaxSplitDepth = 5;
+/// Stretches shorter than this many integration steps are not halved: their evaluated
+/// points are too few to hold separate feet.
+constexpr double kMinSplitSteps = 4;
 /// Bisection alone halves a chunk below one integration step well within this many steps.
 constexpr int kMaxRefineSteps = 80;
 /// Steps the answer may move, one integration step at a time, to the evaluated point nearest
@@ -178,7 +181,8 @@ Sample refine(const ElementTable& table, std::size_t i, Sample a, Sample b, doub
 void piecewiseRoots(const ElementTable& table, std::size_t i, const Sample& a, const Sample& b,
                     double px, double py, int depth, std::vector<LengthFoot>& out) {
     const double step = stepOf(table.elements()[i]);
-    if (depth < kMaxSplitDepth && b.s - a.s > 4 * step && !singleRoot(table, i, a, b, px, py)) {
+    if (depth < kMaxSplitDepth && b.s - a.s > kMinSplitSteps * step &&
+        !singleRoot(table, i, a, b, px, py)) {
         const Sample m = sampleAt(table, i, 0.5 * (a.s + b.s), px, py);
         piecewiseRoots(table, i, a, m, px, py, depth + 1, out);
         piecewiseRoots(table, i, m, b, px, py, depth + 1, out);
@@ -282,8 +286,8 @@ std::size_t ProjectionIndex::build(std::size_t begin, std::size_t end) {
     const std::size_t middle = begin + (end - begin) / 2;
     const std::size_t left = build(begin, middle);
     const std::size_t right = build(middle, end);
-    const Box& l = nodes_[left].box;
-    const Box& r = nodes_[right].box;
+    const Box l = nodes_[left].box;
+    const Box r = nodes_[right].box;
     nodes_[index].box = {std::min(l.minX, r.minX), std::min(l.minY, r.minY),
                          std::max(l.maxX, r.maxX), std::max(l.maxY, r.maxY)};
     nodes_[index].left = left;

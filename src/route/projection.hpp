@@ -23,16 +23,26 @@ struct LengthFoot {
     std::size_t element = 0;
 };
 
-/// The index over one element table; the table must outlive it (the route owns both).
+/// The index over one element table; the table must outlive it (the route owns both), and
+/// a copy points at the same table. Feet are exact to the table's own evaluation: on a
+/// curve, the middle of the integration step whose evaluated point lies nearest the point
+/// (nearest the normal to within one step). Where no normal reaches the nearest stretch of
+/// the route (the outside of a kink, across a gap) the junction answers with its plane
+/// distance; a point within half a step of an end's normal is on the route at that end.
+/// Elements whose length, start or evaluated end is not finite, or whose length is not
+/// positive, are left out. Every member is const and may run side by side.
 class ProjectionIndex {
 public:
     ProjectionIndex() = default;
     explicit ProjectionIndex(const ElementTable& table);
 
-    /// Every foot within maxOffset, nearest first (ties: earlier along the route first).
+    /// Every foot within maxOffset, nearest first (ties: earlier along the route first): on
+    /// the route, and on the start or end tangent produced. Empty for non-finite coordinates,
+    /// a NaN or negative maxOffset, or a table without usable elements.
     std::vector<LengthFoot> feet(double x, double y, double maxOffset) const;
     /// The nearest foot; place None when none lies within maxOffset, Invalid for non-finite
-    /// coordinates.
+    /// coordinates. Costs logarithmic work in the number of elements for points near the
+    /// route.
     LengthFoot nearest(double x, double y, double maxOffset) const;
 
 private:
