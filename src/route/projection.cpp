@@ -50,14 +50,16 @@ struct Sample {
     double d;
 };
 
-Sample sampleOf(const rcc::CurvePoint& c, double s, double px, double py) {
-    const double tx = std::cos(c.bearing), ty = std::sin(c.bearing);
-    const double dx = px - c.x, dy = py - c.y;
-    return {s, c.x, c.y, c.bearing, dx * tx + dy * ty, dy * tx - dx * ty};
+/// The sample of the point (x, y) with tangent (tx, ty) at s.
+Sample sampleOf(double x, double y, double bearing, double tx, double ty, double s, double px,
+                double py) {
+    const double dx = px - x, dy = py - y;
+    return {s, x, y, bearing, dx * tx + dy * ty, dy * tx - dx * ty};
 }
 
 Sample sampleAt(const ElementTable& table, std::size_t i, double s, double px, double py) {
-    return sampleOf(table.at(i, s), s, px, py);
+    const rcc::CurvePoint c = table.at(i, s);
+    return sampleOf(c.x, c.y, c.bearing, std::cos(c.bearing), std::sin(c.bearing), s, px, py);
 }
 
 LengthFoot footAt(const ElementTable& table, std::size_t i, const Sample& at) {
@@ -92,7 +94,8 @@ bool better(const LengthFoot& a, const LengthFoot& b) {
 double boxDistance(double minX, double minY, double maxX, double maxY, double x, double y) {
     const double dx = std::max({minX - x, 0.0, x - maxX});
     const double dy = std::max({minY - y, 0.0, y - maxY});
-    return std::hypot(dx, dy);
+    const double squared = dx * dx + dy * dy;
+    return std::isfinite(squared) ? std::sqrt(squared) : std::hypot(dx, dy);  // hypot: slow
 }
 
 /// Whether the along-tangent component f has at most one root on [a.s, b.s]: f' = -1 + k d
@@ -194,11 +197,9 @@ void piecewiseRoots(const ElementTable& table, std::size_t i, const Sample& a, c
 /// The first evaluated point of element i as the foot of a point with no normal foot near
 /// it (a corner): the plane distance, signed by the side. On a curve the point is given, as
 /// every point of a curve, at the middle of its evaluation step.
-LengthFoot cornerAt(const ElementTable& table, std::size_t i, const rcc::CurvePoint& first,
-                    double px, double py) {
+LengthFoot cornerAt(const ElementTable& table, std::size_t i, Sample at) {
     const RoadCurve& e = table.elements()[i];
-    const double s = isLine(e) ? 0.0 : std::min(0.5 * stepOf(e), e.length);
-    const Sample at = sampleOf(first, s, px, py);
+    at.s = isLine(e) ? 0.0 : std::min(0.5 * stepOf(e), e.length);
     LengthFoot foot = footAt(table, i, at);
     foot.distance = std::hypot(at.f, at.d);
     foot.offset = at.d < 0 ? -foot.distance : foot.distance;
@@ -216,7 +217,7 @@ ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {
                     finitePoint(table.at(i, 0)) && finitePoint(table.at(i, e.length));
     }
     nextElement_.assign(n, n);
-    startPoint_.assign(n, rcc::CurvePoint{0, 0, 0});
+    startPoint_.assign(n, Anchor{0, 0, 0, 1, 0});
     std::size_t next = n;
     for (std::size_t i = n; i-- > 0;) {
         nextElement_[i] = next;
@@ -240,13 +241,16 @@ ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {
         const double count = std::isfinite(wanted) ? std::clamp(wanted, 1.0, kMaxChunksPerElement)
                                                    : kMaxChunksPerElement;
         const auto pieces = static_cast<std::size_t>(count);
-        rcc::CurvePoint from = table.at(i, 0);
+        const auto anchor = [](const rcc::CurvePoint& c) {
+            return Anchor{c.x, c.y, c.bearing, std::cos(c.bearing), std::sin(c.bearing)};
+        };
+        Anchor from = anchor(table.at(i, 0));
         startPoint_[i] = from;
         for (std::size_t k = 0; k < pieces; ++k) {
             const double a = e.length * static_cast<double>(k) / count;
             const double b =
                 k + 1 == pieces ? e.length : e.length * static_cast<double>(k + 1) / count;
-            const rcc::CurvePoint to = table.at(i, b);
+            const Anchor to = anchor(table.at(i, b));
             // The evaluated points between a and b are sums of steps whose bearings spread by
             // at most `turn`; each lies within (l / 2) sin(turn) of the chord between the end
             // points (l / 2 of an end once the spread passes a right angle).
@@ -300,8 +304,11 @@ void ProjectionIndex::chunkFeet(const Chunk& chunk, double x, double y,
     const ElementTable& table = *table_;
     const std::size_t i = chunk.element;
     const RoadCurve& e = table.elements()[i];
-    const Sample a = sampleOf(chunk.fromPoint, chunk.from, x, y);
-    const Sample b = sampleOf(chunk.toPoint, chunk.to, x, y);
+    const auto sample = [&](const Anchor& p, double s) {
+        return sampleOf(p.x, p.y, p.bearing, p.cos, p.sin, s, x, y);
+    };
+    const Sample a = sample(chunk.fromPoint, chunk.from);
+    const Sample b = sample(chunk.toPoint, chunk.to);
     if (isLine(e)) {
         // Closed form: the foot lies a.f along the straight from its start.
         if (a.f >= 0 && a.f <= e.length)
@@ -314,15 +321,15 @@ void ProjectionIndex::chunkFeet(const Chunk& chunk, double x, double y,
         // normal may fall between the start tangent and that first point.
         const double toStart =
             (x - e.startX) * std::cos(e.startBearing) + (y - e.startY) * std::sin(e.startBearing);
-        if (toStart >= 0 && a.f <= 0) out.push_back(cornerAt(table, i, chunk.fromPoint, x, y));
+        if (toStart >= 0 && a.f <= 0) out.push_back(cornerAt(table, i, a));
     }
     const std::size_t j = nextElement_[i];
     if (chunk.endsElement && j < table.size()) {
-        const Sample start = sampleOf(startPoint_[j], 0, x, y);
+        const Sample start = sample(startPoint_[j], 0);
         if (b.f > 0 && start.f <= 0) {
             // Beyond the end normal of one element and before the start normal of the next:
             // the junction, from whichever side lies nearer (they differ across a gap).
-            const LengthFoot ahead = cornerAt(table, j, startPoint_[j], x, y);
+            const LengthFoot ahead = cornerAt(table, j, start);
             LengthFoot behind = footAt(table, i, b);
             behind.distance = std::hypot(b.f, b.d);
             behind.offset = b.d < 0 ? -behind.distance : behind.distance;
@@ -340,7 +347,9 @@ void ProjectionIndex::endFeet(double x, double y, std::vector<LengthFoot>& out) 
     // Within half an integration step of an end's normal the point is at that end: the
     // evaluation cannot tell it apart, and round-off must not push it off the route.
     const double slack = 0.5 * stepOf(e);
-    if (f < 0 && f >= -slack) out.push_back(cornerAt(table, first_, startPoint_[first_], x, y));
+    const Anchor& s0 = startPoint_[first_];
+    const Sample start = sampleOf(s0.x, s0.y, s0.bearing, s0.cos, s0.sin, 0, x, y);
+    if (f < 0 && f >= -slack) out.push_back(cornerAt(table, first_, start));
     if (f < -slack) {
         LengthFoot foot;
         foot.place = FootPlace::BeforeStart;
@@ -354,7 +363,8 @@ void ProjectionIndex::endFeet(double x, double y, std::vector<LengthFoot>& out) 
     }
     // Beyond the end: on the tangent of the last element's evaluated end.
     const RoadCurve& l = table.elements()[last_];
-    const Sample end = sampleOf(chunks_.back().toPoint, l.length, x, y);
+    const Anchor& e1 = chunks_.back().toPoint;
+    const Sample end = sampleOf(e1.x, e1.y, e1.bearing, e1.cos, e1.sin, l.length, x, y);
     if (end.f > 0 && end.f <= 0.5 * stepOf(l)) {
         LengthFoot foot = footAt(table, last_, end);
         foot.distance = std::hypot(end.f, end.d);

@@ -46,6 +46,10 @@ public:
     LengthFoot nearest(double x, double y, double maxOffset) const;
 
 private:
+    /// An evaluated point kept with its tangent (cos and sin of the bearing).
+    struct Anchor {
+        double x, y, bearing, cos, sin;
+    };
     /// Axis-aligned box in the plane, length units.
     struct Box {
         double minX, minY, maxX, maxY;
@@ -56,8 +60,8 @@ private:
         std::size_t element;
         double from;
         double to;
-        rcc::CurvePoint fromPoint;  ///< the evaluation at `from` and `to`, kept
-        rcc::CurvePoint toPoint;
+        Anchor fromPoint;  ///< the evaluation at `from` and `to`, kept
+        Anchor toPoint;
         Box box;
         bool endsElement;  ///< `to` is the element's end: the junction is checked here
         bool startsRoute;  ///< `from` is the start of the route's first element
@@ -78,10 +82,10 @@ private:
 
     const ElementTable* table_ = nullptr;
     std::vector<Chunk> chunks_;
-    std::vector<Node> nodes_;                  ///< nodes_[0] is the root when there are chunks
-    std::vector<std::size_t> nextElement_;     ///< the next element with usable geometry
-    std::vector<rcc::CurvePoint> startPoint_;  ///< each element's evaluation at 0
-    std::size_t first_ = 0;                    ///< first and last elements with usable geometry
+    std::vector<Node> nodes_;               ///< nodes_[0] is the root when there are chunks
+    std::vector<std::size_t> nextElement_;  ///< the next element with usable geometry
+    std::vector<Anchor> startPoint_;        ///< each element's evaluation at 0
+    std::size_t first_ = 0;                 ///< first and last elements with usable geometry
     std::size_t last_ = 0;
     bool usable_ = false;  ///< some element has usable geometry
 };
