@@ -431,3 +431,108 @@ TEST(RouteCurves, GroupElementsIntoCurvesByTheirArcs) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(RouteBuild, RefusesWhatCannotBeBuiltNamingTheField) {
+    const auto points = [](std::vector<IntersectionPoint> p) {
+        RouteDescription d;
+        d.horizontal.points = std::move(p);
+        return d;
+    };
+    const auto withProfile = [](RouteDescription d, std::vector<GradePoint> profile) {
+        d.profile = std::move(profile);
+        return d;
+    };
+    const auto withStart = [](RouteDescription d, double start) {
+        d.startStation = start;
+        return d;
+    };
+    RouteDescription farBearing = straight(0, {}, 100);
+    farBearing.horizontal.startBearing = 1e300;
+    ElementDescription noTurn = curved(ElementKind::Arc, 10, 50, 50, 0);
+    const GradePoint g0{"", {0, 1}, 0, 0, 0}, g500{"", {500, 1}, 5, 0, 0};
+    const struct {
+        RouteDescription description;
+        const char* path;
+    } cases[] = {
+        {points({ip(0, 0)}), "horizontal.points"},
+        {points({ip(0, 0), ip(1e300, 0)}), "horizontal.points[1].x"},
+        {points({ip(0, 0), ip(100, 0, 0), ip(100, 100)}), "horizontal.points[1].radius"},
+        {points({ip(0, 0), ip(0, 0)}), "horizontal.points[1]"},
+        // Collinear: the library refuses to fit a curve.
+        {points({ip(0, 0), ip(100, 0, 50), ip(200, 0)}), "horizontal.points[1]"},
+        {straight(0, {{500, 520, ""}, {300, 340, ""}}, 1000), "equations[1]"},
+        {straight(0, {{100, -50, ""}}, 1000), "equations[0]"},
+        {withStart(straight(0, {}, 100), 1e10), "startStation"},
+        {elementRoute(0, {}, {}), "horizontal.elements"},
+        {elementRoute(0, {}, {line(0)}), "horizontal.elements[0].length"},
+        {elementRoute(0, {}, {line(1e12)}), "horizontal.elements[0].length"},
+        {elementRoute(0, {}, {curved(ElementKind::Arc, 10, -5, -5, 1)}),
+         "horizontal.elements[0].startRadius"},
+        {elementRoute(0, {}, {noTurn}), "horizontal.elements[0].turn"},
+        {farBearing, "horizontal.startBearing"},
+        {withProfile(straight(0, {}, 1000), {g0, g500}), "profile"},
+        {withProfile(straight(0, {}, 1000), {g0, g500, {"", {400, 1}, 0, 0, 0}}),
+         "profile[2].station"},
+        // 320 lies in the gap of 300 = 340.
+        {withProfile(straight(0, {{300, 340, ""}}, 1000), {g0, {"", {320, 1}, 3, 0, 0}, g500}),
+         "profile[1].station"},
+    };
+    for (const auto& c : cases) {
+        try {
+            Route::build(c.description);
+            ADD_FAILURE() << "built; expected a refusal at " << c.path;
+        } catch (const RouteError& e) {
+            EXPECT_EQ(e.path(), c.path) << e.what();
+            EXPECT_EQ(std::string(e.what()).rfind(std::string(c.path) + ": ", 0), 0u) << e.what();
+        }
+    }
+}
+
+TEST(RouteCheck, ReportsEachDesignFaultAtItsField) {
+    using Severity = Diagnostic::Severity;
+    const auto findings = [](const RouteDescription& d) {
+        std::vector<std::string> got;
+        for (const Diagnostic& f : Route::build(d).check()) {
+            got.push_back((f.severity == Severity::Error ? "E " : "W ") + f.path);
+        }
+        return got;
+    };
+    using Found = std::vector<std::string>;
+    EXPECT_EQ(findings(quarterTurn()), Found{});
+    EXPECT_EQ(findings(twoCurves()), Found{});
+    // T = 200 tan 45 = 200 on legs of 100: the curve overruns both legs.
+    RouteDescription overlap;
+    overlap.horizontal.points = {ip(0, 0), ip(100, 0, 200), ip(100, 100)};
+    const Found overlapping = findings(overlap);
+    EXPECT_NE(std::find(overlapping.begin(), overlapping.end(), "E horizontal.points[1]"),
+              overlapping.end());
+    // Each transition of 200 on R 100 turns 1 rad; the deflection is 30 degrees.
+    RouteDescription spirals;
+    spirals.horizontal.points = {ip(0, 0), ip(1000, 0, 100, 200, 200),
+                                 ip(1000 + 1000 * std::cos(kPi / 6), 1000 * std::sin(kPi / 6))};
+    const Found turning = findings(spirals);
+    EXPECT_NE(std::find(turning.begin(), turning.end(), "E horizontal.points[1]"), turning.end());
+    // A gap of 0.01, a kink of 0.01 rad and an end 0.5 off the expected one.
+    ElementDescription second = line(100);
+    second.start = PlanePoint{100, 0.01};
+    second.startBearing = 0.01;
+    ElementDescription first = line(100);
+    first.expectedEnd = PlanePoint{100, 0.5};
+    EXPECT_EQ(findings(elementRoute(0, {}, {first, second})),
+              (Found{"W horizontal.elements[0].expectedEnd", "E horizontal.elements[1].start",
+                     "W horizontal.elements[1].startBearing"}));
+    // Grades +10 % and -10 % on R 10000: T = 1000 on grade lines of 100.
+    RouteDescription crest = straight(0, {}, 200);
+    crest.profile = {{"", {0, 1}, 0, 0, 0}, {"", {100, 1}, 10, 10000, 0}, {"", {200, 1}, 0, 0, 0}};
+    EXPECT_EQ(findings(crest), (Found{"E profile[1]", "E profile[1]"}));
+}
+
+TEST(RouteTable, CountsAnAbsurdRequestWithoutListingIt) {
+    // 1000 long at an interval of 1e-9: about 1e12 rows, counted, not streamed.
+    const Route route = Route::build(straight(0, {}, 1000));
+    EXPECT_NEAR(static_cast<double>(route.countTableRows(every(1e-9))), 1e12, 1e3);
+}
+
+}  // namespace
