@@ -256,6 +256,7 @@ TEST(RouteGeometry, BreaksOnAnArcAndATransitionChangeTheNumberingNotTheGeometry)
     // the arc: 120 + (210 - 130) = 200 at length 210.
     const Route broken = Route::build(elementRoute(0, {{130, 120, ""}, {200, 250, ""}}, elements));
     const Route plain = Route::build(elementRoute(0, {}, elements));
+    expectSameBitsAsLibrary(plain);
     EXPECT_NEAR(broken.endStation().value, 460, rcc_test::kExact);
     expectStations(broken, {{125, 1, 125},
                             {125, 2, 135},
@@ -477,6 +478,9 @@ TEST(RouteBuild, RefusesWhatCannotBeBuiltNamingTheField) {
         {points({ip(0, 0), ip(0, 0)}), "horizontal.points[1]"},
         // Collinear: the library refuses to fit a curve.
         {points({ip(0, 0), ip(100, 0, 50), ip(200, 0)}), "horizontal.points[1]"},
+        // T = 200 tan 45 = 200: the curve overruns the first leg of 100, or the last.
+        {points({ip(0, 0), ip(100, 0, 200), ip(100, 1000)}), "horizontal.points[1]"},
+        {points({ip(0, 0), ip(1000, 0, 200), ip(1000, 100)}), "horizontal.points[2]"},
         {straight(0, {{500, 520, ""}, {300, 340, ""}}, 1000), "equations[1]"},
         {straight(0, {{100, -50, ""}}, 1000), "equations[0]"},
         {straight(0, {{300, 340, ""}, {320, 320, "in the gap"}}, 1000), "equations[1]"},
@@ -510,7 +514,9 @@ TEST(RouteCheck, ReportsEachDesignFaultAtItsField) {
     using Severity = Diagnostic::Severity;
     const auto findings = [](const RouteDescription& d) {
         std::vector<std::string> got;
-        for (const Diagnostic& f : Route::build(d).check()) {
+        const Route route = Route::build(d);
+        expectSameBitsAsLibrary(route);
+        for (const Diagnostic& f : route.check()) {
             got.push_back((f.severity == Severity::Error ? "E " : "W ") + f.path);
         }
         return got;
@@ -518,12 +524,11 @@ TEST(RouteCheck, ReportsEachDesignFaultAtItsField) {
     using Found = std::vector<std::string>;
     EXPECT_EQ(findings(quarterTurn()), Found{});
     EXPECT_EQ(findings(twoCurves()), Found{});
-    // T = 200 tan 45 = 200 on legs of 100: the curve overruns both legs.
+    // Two quarter turns on R 60: T = 60 tan 45 = 60 each, 120 on the middle leg of 100.
     RouteDescription overlap;
-    overlap.horizontal.points = {ip(0, 0), ip(100, 0, 200), ip(100, 100)};
-    const Found overlapping = findings(overlap);
-    EXPECT_NE(std::find(overlapping.begin(), overlapping.end(), "E horizontal.points[1]"),
-              overlapping.end());
+    overlap.horizontal.points = {ip(0, 0), ip(100, 0, 60), ip(100, 100, 60), ip(200, 100)};
+    // The second curve starts where the first ends, 20 past its own TS: the end is missed.
+    EXPECT_EQ(findings(overlap), (Found{"E horizontal.points[2]", "E horizontal.points[3]"}));
     // Each transition of 200 on R 100 turns 1 rad; the deflection is 30 degrees.
     RouteDescription spirals;
     spirals.horizontal.points = {ip(0, 0), ip(1000, 0, 100, 200, 200),
