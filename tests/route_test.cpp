@@ -28,13 +28,7 @@ ElementDescription line(double length) {
 
 ElementDescription curved(ElementKind kind, double length, double startRadius, double endRadius,
                           int turn) {
-    ElementDescription e;
-    e.kind = kind;
-    e.length = length;
-    e.startRadius = startRadius;
-    e.endRadius = endRadius;
-    e.turn = turn;
-    return e;
+    return ElementDescription{kind, length, startRadius, endRadius, turn, {}, {}, {}, ""};
 }
 
 RouteDescription elementRoute(double start, std::vector<StationEquation> equations,
@@ -54,13 +48,7 @@ RouteDescription straight(double start, std::vector<StationEquation> equations, 
 }
 
 IntersectionPoint ip(double x, double y, double radius = 0, double l1 = 0, double l2 = 0) {
-    IntersectionPoint p;
-    p.x = x;
-    p.y = y;
-    p.radius = radius;
-    p.inTransitionLength = l1;
-    p.outTransitionLength = l2;
-    return p;
+    return IntersectionPoint{"", x, y, radius, l1, l2};
 }
 
 // Start 1000, a left turn of 90 degrees at (100, 0) on R 50: T = R tan(45) = 50, arc 25 pi.
