@@ -517,6 +517,11 @@ TEST(RouteCheck, ReportsEachDesignFaultAtItsField) {
     overlap.horizontal.points = {ip(0, 0), ip(100, 0, 60), ip(100, 100, 60), ip(200, 100)};
     // The second curve starts where the first ends, 20 past its own TS: the end is missed.
     EXPECT_EQ(findings(overlap), (Found{"E horizontal.points[2]", "E horizontal.points[3]"}));
+    // Nearly straight through on R 1: an arc of 2e-6 still takes one evaluation step of 1e-4,
+    // turning the closing straight by about 1e-4 rad: about 0.1 off at its end, 1000 on.
+    RouteDescription kinked;
+    kinked.horizontal.points = {ip(0, 0), ip(1000, 0.001, 1), ip(2000, 0)};
+    EXPECT_EQ(findings(kinked), Found{"E horizontal.points[2]"});
     // Each transition of 200 on R 100 turns 1 rad; the deflection is 30 degrees.
     RouteDescription spirals;
     spirals.horizontal.points = {ip(0, 0), ip(1000, 0, 100, 200, 200),
