@@ -9,6 +9,7 @@
 #include <cmath>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -316,6 +317,31 @@ TEST(RouteValues, CopiesAreDeepAndMovesKeepTheRoute) {
     EXPECT_EQ(p.y, q.y);
     EXPECT_EQ(copy.curves().size(), 2u);
     EXPECT_NE(&copy.elements(), &moved.elements());
+}
+
+TEST(RouteValues, ThreadsSharingOneRouteGetTheSingleThreadAnswers) {
+    const Route route = Route::build(twoCurves());
+    TableRequest request;
+    request.interval = 7;
+    const auto walk = [&route, &request] {
+        std::vector<double> values;
+        route.forEachTableRow(request, [&route, &values](const TableRow& r) {
+            const RoutePoint p = route.pointAtLength(r.length, 1.5);
+            values.insert(values.end(), {p.x, p.y, p.elevation, route.locate(p.x, p.y).offset});
+        });
+        return values;
+    };
+    const std::vector<double> alone = walk();
+    constexpr int kThreads = 4;
+    std::vector<std::vector<double>> results(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&results, &walk, t] { results[t] = walk(); });
+    for (std::thread& t : threads) t.join();
+    for (const std::vector<double>& r : results) {
+        ASSERT_EQ(r.size(), alone.size());
+        for (std::size_t i = 0; i < r.size(); ++i) EXPECT_TRUE(sameBits(r[i], alone[i])) << i;
+    }
 }
 
 }  // namespace
