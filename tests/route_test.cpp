@@ -81,35 +81,55 @@ void expectSameBitsAsLibrary(const Route& route) {
     for (const EquationInfo& eq : route.equations()) {
         if (eq.isBreak) breaks.push_back(eq.length);
     }
-    // The library cannot tell which pass an element's unmarked start chainage means, and
-    // numbers fitted curves by plain addition, past any break on them.
-    const auto holdsBreak = [&breaks, &route](double from, double to) {
+    // The library cannot tell which pass an unmarked start chainage means, nor follow a break
+    // inside an element or piece.
+    const auto unclear = [&breaks, &route](double from, double to) {
         const Station start = route.stationAt(from);
         if (start.occurrence != 1 || route.lengthAt({start.value, 2})) return true;
-        const std::size_t i = route.pointAtLength(from).element;
-        if (std::fabs(route.elements()[i].startDK - start.value) > kSameChainage) return true;
         for (double b : breaks) {
             if (b >= from && b <= to) return true;
         }
         return false;
     };
+    std::vector<double> samples;
+    for (int j = 0; j < kSamples; ++j) samples.push_back(route.length() * (j + 0.37) / kSamples);
+    for (const KeyPoint& k : route.keyPoints()) samples.push_back(k.length);  // element ends
     int compared = 0;
-    for (int j = 0; j < kSamples; ++j) {
-        Station s = route.stationAt(route.length() * (j + 0.37) / kSamples);
+    for (const double length : samples) {
+        Station s = route.stationAt(length);
         s.value = std::stod(std::to_string(s.value));  // what the library's text can say
         if (s.occurrence != 1 || route.lengthAt({s.value, 2})) continue;
         const std::optional<RoutePoint> p = route.pointAt(s);
         ASSERT_TRUE(p.has_value());
-        const double start = route.elementStart(p->element);
-        if (holdsBreak(start, start + route.elements()[p->element].length)) continue;
+        // The library numbers fitted curves by plain addition, past any break on them; at an
+        // element's end either element may answer.
+        const auto elementUnclear = [&route, &unclear](std::size_t i) {
+            const double start = route.elementStart(i);
+            return unclear(start, start + route.elements()[i].length) ||
+                   std::fabs(route.elements()[i].startDK - route.stationAt(start).value) >
+                       kSameChainage;
+        };
+        const std::size_t i = p->element;
+        const double start = route.elementStart(i);
+        const double end = start + route.elements()[i].length;
+        if (elementUnclear(i) ||
+            (i > 0 && p->length - start < kSameChainage && elementUnclear(i - 1)) ||
+            (i + 1 < route.elements().size() && end - p->length < kSameChainage &&
+             elementUnclear(i + 1))) {
+            continue;
+        }
+        bool pieceUnclear = false;
         for (std::size_t k = 0; k < route.profilePieces().size(); ++k) {
             const double from = route.profilePieceStart(k);
             const double to = from + route.profilePieces()[k].length;
-            if (p->length >= from && p->length <= to && holdsBreak(from, to)) s.occurrence = 0;
+            pieceUnclear =
+                pieceUnclear || (p->length >= from && p->length <= to && unclear(from, to));
         }
-        if (s.occurrence == 0) continue;
+        if (pieceUnclear) continue;
         double x = 0, y = 0, z = std::nan("");
         const std::string text = std::to_string(s.value);
+        // Beyond the library's last element it answers that element's end.
+        if (!route.alignment().isDKOnAlignment(text)) continue;
         const double bearing = route.alignment().calculateCoordinatesAndBearing(text, x, y, z);
         EXPECT_TRUE(sameBits(p->x, x)) << text;
         EXPECT_TRUE(sameBits(p->y, y)) << text;
