@@ -203,6 +203,16 @@ TEST(RouteStations, FollowTheNumberingThroughEveryKindOfEquation) {
          }(),
          1198.5398163397448,  // 1000 + 100 + 25 pi + 20
          {{1090, 1, std::nullopt}, {1080, 1, 80}, {1150, 1, 130}, {1150, 2, std::nullopt}}},
+        // Two points: one straight of 1000 (a 3-4-5 triangle), built from its end points.
+        {"two points",
+         [] {
+             RouteDescription d;
+             d.startStation = 100;
+             d.horizontal.points = {ip(0, 0), ip(600, 800)};
+             return d;
+         }(),
+         1100,
+         {{500, 1, 400}, {50, 1, -50}}},
         // A label (back == ahead) is no break.
         {"label", straight(-90, {{500, 500, "km post"}}, 1000), 910, {{-80, 1, 10}, {500, 1, 590}}},
     };
@@ -518,6 +528,8 @@ TEST(RouteBuild, RefusesWhatCannotBeBuiltNamingTheField) {
         {straight(0, {{500, 520, ""}, {300, 340, ""}}, 1000), "equations[1]"},
         {straight(0, {{100, -50, ""}}, 1000), "equations[0]"},
         {straight(0, {{300, 340, ""}, {320, 320, "in the gap"}}, 1000), "equations[1]"},
+        // 1000..1050 after 1100 = 1000 lies inside the first numbering's stretch.
+        {straight(0, {{1100, 1000, ""}, {1050, 1200, ""}}, 2000), "equations[1]"},
         {withStart(straight(0, {}, 100), 1e10), "startStation"},
         {elementRoute(0, {}, {}), "horizontal.elements"},
         {elementRoute(0, {}, {line(0)}), "horizontal.elements[0].length"},
