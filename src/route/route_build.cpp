@@ -427,6 +427,9 @@ void buildHorizontal(RouteData& d) {
                                            shortNumber(kMaxRouteLength));
     }
     d.table = ElementTable(std::move(elements));
+    for (const RoadCurve& e : d.table.elements()) {
+        d.elementStartTexts.push_back(rcc::parseDKText(rcc::formatDK(e.startDK)));
+    }
     for (CurveInfo& c : d.curves) {
         c.startLength = d.table.start(c.firstElement);
         c.endLength = d.table.start(c.lastElement + 1);
@@ -524,6 +527,8 @@ void buildProfile(RouteData& d) {
         // back to the end of the piece before.
         const RoadVerticalCurve& piece = d.pieces[k];
         const rcc::DKValue dk = rcc::readDK(piece.startDK);
+        d.pieceStartTexts.push_back(dk);
+        d.pieceEndTexts.push_back(rcc::parseDKText(piece.endDK));
         std::optional<double> start = d.numbering.lengthAt(Station{dk.value, dk.marked ? 2 : 1});
         if (dk.marked && (piece.startDK.size() > 1 && piece.startDK[1] == '-')) start.reset();
         if (!start && dk.marked && dk.value > 0 && dk.value < 1) {
