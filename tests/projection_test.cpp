@@ -207,6 +207,31 @@ TEST(RouteProjection, IntersectionPointOfASymmetricCurveLocatesAtItsMiddle) {
     EXPECT_LT(foot.offset, 0);
 }
 
+TEST(RouteProjection, RouteLocatesItsOwnPointsAtKeyPointsAndAcrossAnEquation) {
+    // Through the route layer: a curve with transitions, a long chain (1100 to 1150 twice)
+    // on the first straight. Points it places at a length and offset locate back there,
+    // with the same station and pass.
+    qv::route::RouteDescription d;
+    d.startStation = 1000;
+    d.equations = {{1150, 1100, "EQ"}};
+    d.horizontal.points = {{"", 0, 0}, {"JD1", 400, 0, 300, 80, 80}, {"", 720, 240}};
+    const qv::route::Route route = qv::route::Route::build(d);
+    ASSERT_EQ(route.pointAtLength(175).station.occurrence, 2);  // 1125 on the second pass
+    std::vector<double> lengths{120, 149.99, 150, 150.01, 175, route.length() - 1};
+    for (const qv::route::KeyPoint& k : route.keyPoints(true, false))
+        if (k.length > 0 && k.length < route.length()) lengths.push_back(k.length);
+    for (double length : lengths) {
+        for (double offset : {1.0, -3.5, 20.0}) {
+            const qv::route::RoutePoint p = route.pointAtLength(length, offset);
+            const qv::route::Foot foot = route.locate(p.x, p.y);
+            EXPECT_NEAR(foot.length, length, rcc_test::kProjectionExact) << length << " " << offset;
+            EXPECT_NEAR(foot.offset, offset, rcc_test::kProjectionExact) << length << " " << offset;
+            EXPECT_NEAR(foot.station.value, p.station.value, rcc_test::kProjectionExact) << length;
+            EXPECT_EQ(foot.station.occurrence, p.station.occurrence) << length;
+        }
+    }
+}
+
 TEST(RouteProjection, BadPointsAndBrokenElementsNeverStopAQuery) {
     // Elements no builder gives (lengths NaN, 0, negative, infinite; a NaN start; a curve
     // without a step; a clothoid tightening to R 0.05, dozens of turns) around a sound
