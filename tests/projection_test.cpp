@@ -100,6 +100,10 @@ TEST(RouteProjection, HandDerivedFeetComeNearestFirst) {
     const Indexed kink(straights({0, kPi / 3}, 100));              // corner at (100, 0)
     const Indexed gap(straights({0, 0}, 100, 10));                 // gap (100, 0)-(110, 0)
     const Indexed loop(lineArc(50, 1.5 * kPi, true));              // centre (100, 50)
+    RoadCurvesCalculation back;  // along +x to (100, 0), then north from (90, 5)
+    back.inputLine(0, 100, 0, 0, 0);
+    back.inputLine(100, 200, 90, 5, kPi / 2);
+    const Indexed jump(back.getRoadCruves());
     // By hand. On the arc, 0.5 rad round at rho from the centre: R - rho across, R 0.5 on.
     // Past the kink's end (150, 100 c): 7 on, 3 left. Inside the kink, (-5, 5) from the
     // corner: . (0.5, c) along the second straight, . (-c, 0.5) across. 1 from the loop's
@@ -133,6 +137,7 @@ TEST(RouteProjection, HandDerivedFeetComeNearestFirst) {
         {kink, 105, -5, exact, {{on, 100, -std::sqrt(50.0)}}, "outside the kink: the corner"},
         {kink, 95, 5, exact, {{on, 95, 5}, {on, 97.5 + 5 * c, 2.5 + 5 * c}}, "inside the kink"},
         {gap, 103, 4, exact, {{on, 100, 5}}, "across a gap the nearer end answers"},
+        {jump, 88, 3, exact, {{on, 100, std::sqrt(8.0)}, {on, 88, 3}}, "a nearer start behind"},
         {loop, 100 + q, 50 - q, nearCentre, loopFeet, "near the centre of an arc"}};
     for (const auto& t : cases) {
         const std::vector<LengthFoot> all = t.route.index.feet(t.x, t.y, kInf);
