@@ -263,6 +263,15 @@ TEST(RouteProjection, BadPointsAndBrokenElementsNeverStopAQuery) {
     for (double x : {-20.0, 40.0, 99.0, 101.0, 104.0, 108.0, 1e300})
         for (const LengthFoot& foot : r.index.feet(x, x / 30, kInf))
             EXPECT_TRUE(std::isfinite(foot.length) && std::isfinite(foot.offset)) << x;
+    // A drawing arc of R 0.1 at step 0.01 spirals off its circle loop by loop: from far
+    // away the nearest foot is still the one every foot lists first.
+    RoadCurvesCalculation coarse;
+    coarse.inputCurve(0, 50, 0, 0, 0.1, 1, 0);
+    RoadCurve spiral = coarse.getRoadCruves().back();
+    spiral.integrationStep = 0.01, spiral.curveType = 7;
+    const Indexed s({spiral});
+    for (double x : {3e5, -2e3, 40.0})
+        EXPECT_EQ(s.index.nearest(x, 4e5, kInf).distance, s.index.feet(x, 4e5, kInf)[0].distance);
     const ElementTable empty;
     EXPECT_EQ(ProjectionIndex(empty).nearest(1, 2, kInf).place, FootPlace::None);
 }
