@@ -201,27 +201,23 @@ TEST(RouteProjection, StakedPointsComeBackAsDenseSamplingFindsThem) {
     }
 }
 
-TEST(RouteProjection, IntersectionPointOfASymmetricCurveLocatesAtItsMiddle) {
-    // Legs of 300 either side, equal transitions: symmetric about the bisector through the
-    // intersection point, which the curve, turning left, leaves on its right.
-    const Indexed r(
-        fitted({{300, 0}, {300 + 300 * std::cos(0.8), 300 * std::sin(0.8)}}, 120, 50, 50));
-    const LengthFoot foot = r.index.nearest(300, 0, kInf);
-    EXPECT_NEAR(foot.length, 0.5 * (r.table.start(1) + r.table.start(4)),
-                rcc_test::kProjectionExact);
-    EXPECT_LT(foot.offset, 0);
-}
-
-TEST(RouteProjection, RouteLocatesItsOwnPointsAtKeyPointsAndAcrossAnEquation) {
-    // Through the route layer: a curve with transitions, a long chain (1100 to 1150 twice)
-    // on the first straight. Points it places at a length and offset locate back there,
-    // with the same station and pass.
+TEST(RouteProjection, RouteLocatesKeyPointsAcrossAnEquationAndTheCurveMiddle) {
+    // Through the route layer: legs of 300 either side of JD1 with equal transitions (a
+    // curve symmetric about the bisector through JD1, which it leaves on its right), and a
+    // long chain (1100 to 1150 twice) on the first straight. Points the route places at a
+    // length and offset locate back there, with the same station and pass.
     qv::route::RouteDescription d;
     d.startStation = 1000;
     d.equations = {{1150, 1100, "EQ"}};
-    d.horizontal.points = {{"", 0, 0}, {"JD1", 400, 0, 300, 80, 80}, {"", 720, 240}};
+    const double c = 300 * std::cos(0.8), s = 300 * std::sin(0.8);
+    d.horizontal.points = {{"", 0, 0}, {"JD1", 300, 0, 120, 50, 50}, {"", 300 + c, s}};
     const qv::route::Route route = qv::route::Route::build(d);
     ASSERT_EQ(route.pointAtLength(175).station.occurrence, 2);  // 1125 on the second pass
+    const qv::route::CurveInfo& curve = route.curves().at(0);
+    const qv::route::Foot middle = route.locate(300, 0);
+    EXPECT_NEAR(middle.length, 0.5 * (curve.startLength + curve.endLength),
+                rcc_test::kProjectionExact);
+    EXPECT_LT(middle.offset, 0);
     std::vector<double> lengths{120, 149.99, 150, 150.01, 175, route.length() - 1};
     for (const qv::route::KeyPoint& k : route.keyPoints(true, false))
         if (k.length > 0 && k.length < route.length()) lengths.push_back(k.length);
