@@ -1,4 +1,6 @@
-// Chainage and offset of surveyed points, by the library's approach method from the start.
+// Station and offset of surveyed points by the route's projection, with the design
+// elevation at each foot.
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <iostream>
@@ -9,9 +11,8 @@ namespace rcctool {
 
 namespace {
 
-// A foot this far (metres) behind the start tangent counts as before the start; the
-// approach method stops within its own tolerance of 0.001 of the true foot.
-constexpr double kBehindStart = 0.01;
+using qv::route::Foot;
+using qv::route::FootPlace;
 
 std::string trim(const std::string& s) {
     const auto first = s.find_first_not_of(" \t\r");
@@ -19,9 +20,30 @@ std::string trim(const std::string& s) {
     return s.substr(first, s.find_last_not_of(" \t\r") - first + 1);
 }
 
+bool hasLetter(const std::string& s) {
+    return std::any_of(s.begin(), s.end(),
+                       [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); });
+}
+
+std::string placeText(FootPlace place, double maxOffset) {
+    switch (place) {
+        case FootPlace::OnRoute:
+            return "on route";
+        case FootPlace::BeforeStart:
+            return "before start";
+        case FootPlace::BeyondEnd:
+            return "beyond end";
+        case FootPlace::None:
+            return std::isinf(maxOffset) ? "no foot" : "no foot within " + fixed(maxOffset, 3);
+        case FootPlace::Invalid:
+            break;
+    }
+    return "invalid point (coordinates not finite)";
+}
+
 }  // namespace
 
-std::vector<PointToLocate> readPoints(const std::string& path) {
+std::vector<qv::route::SurveyPoint> readPoints(const std::string& path) {
     std::ifstream file;
     std::istream* in = &std::cin;
     const std::string shown = path == "-" ? "(standard input)" : path;
@@ -30,7 +52,7 @@ std::vector<PointToLocate> readPoints(const std::string& path) {
         if (!file) throw InputError(path + ": cannot open the file");
         in = &file;
     }
-    std::vector<PointToLocate> points;
+    std::vector<qv::route::SurveyPoint> points;
     std::string line;
     bool firstRecord = true;
     for (std::size_t number = 1; std::getline(*in, line); ++number) {
@@ -44,9 +66,12 @@ std::vector<PointToLocate> readPoints(const std::string& path) {
             if (comma == std::string::npos) break;
             begin = comma + 1;
         }
-        PointToLocate p;
+        qv::route::SurveyPoint p;
+        p.line = number;
         const bool xOk = parseNumber(fields[0].first, p.x);
-        if (!xOk && firstRecord) {  // a header line
+        // A header is a first line of words, never a line that merely fails to parse.
+        if (!xOk && firstRecord && hasLetter(fields[0].first) &&
+            (fields.size() < 2 || hasLetter(fields[1].first))) {
             firstRecord = false;
             continue;
         }
@@ -71,37 +96,47 @@ std::vector<PointToLocate> readPoints(const std::string& path) {
     return points;
 }
 
-Table locateTable(const Route& route, const std::vector<PointToLocate>& points,
-                  const FormatOptions& format) {
-    Table t;
-    t.addColumn("name", false);
-    for (const char* name : {"x", "y", "chainage", "length", "offset"}) t.addColumn(name);
-    t.addColumn("foot", false);
+void locate(const qv::route::Route& route, const std::vector<qv::route::SurveyPoint>& points,
+            const LocateOptions& options, const FormatOptions& format, RowSink& sink) {
     const int d = format.decimals;
+    std::vector<Column> columns = {{"name", false},
+                                   {xName(route.description().frame)},
+                                   {yName(route.description().frame)},
+                                   {"chainage"},
+                                   {"length"},
+                                   {"offset"},
+                                   {"foot", false},
+                                   {"elevation"},
+                                   {"dz"}};
+    sink.begin(columns);
     Progress progress("locate", points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
         progress.update(i);
-        const PointToLocate& p = points[i];
-        std::string dk;
-        const double offset = route.calc.vdApproachMethod(route.startDK, p.x, p.y, dk);
-        const double length = route.calc.calculateLengthBetween2DKs(route.startDK, dk);
-        requireFinite(route, length, dk, {offset, length});
-        std::string foot = "on route";
-        if (!route.calc.isDKOnAlignment(dk)) {
-            foot = "beyond end";  // measured from the end tangent produced
-        } else if (dk == route.startDK) {
-            double sx = 0.0;
-            double sy = 0.0;
-            double unused = 0.0;
-            const double b = route.calc.calculateCoordinatesAndBearing(dk, sx, sy, unused);
-            if ((p.x - sx) * std::cos(b) + (p.y - sy) * std::sin(b) < -kBehindStart) {
-                foot = "before start";  // measured from the start point
-            }
+        const qv::route::SurveyPoint& p = points[i];
+        std::vector<Foot> feet;
+        if (options.all) {
+            feet = route.project(p.x, p.y, options.maxOffset);
+            if (feet.empty()) feet.push_back(route.locate(p.x, p.y, options.maxOffset));
+        } else {
+            feet.push_back(route.locate(p.x, p.y, options.maxOffset));
         }
-        t.rows.push_back({p.name, fixed(p.x, d), fixed(p.y, d), formatChainage(dk, format),
-                          fixed(length, d), fixed(offset, d), foot});
+        for (const Foot& foot : feet) {
+            const bool found = foot.place != FootPlace::None && foot.place != FootPlace::Invalid;
+            if (!found) {
+                sink.row({p.name, fixed(p.x, d), fixed(p.y, d), "", "", "",
+                          placeText(foot.place, options.maxOffset), "", ""});
+                continue;
+            }
+            const double design = route.elevationAtLength(foot.length);
+            const bool hasHeight = !std::isnan(p.z) && !std::isnan(design);
+            sink.row({p.name, fixed(p.x, d), fixed(p.y, d), stationText(foot.station, format),
+                      fixed(foot.length, d), fixed(foot.offset, d),
+                      placeText(foot.place, options.maxOffset),
+                      std::isnan(design) ? "" : fixed(design, d),
+                      hasHeight ? fixed(p.z - design, d) : ""});
+        }
     }
-    return t;
+    sink.end();
 }
 
 }  // namespace rcctool
