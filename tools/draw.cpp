@@ -79,6 +79,17 @@ struct Frame {
     double py(double y) const { return bottom - (y - y0) * scale; }
 };
 
+// A plan position as drawn: east to the right, north up, and a direction counter-clockwise
+// from east. In the NE frame x is the northing and bearings are azimuths clockwise from
+// north, so the plan is north up there too.
+struct PlanPosition {
+    double east, north, angle;
+};
+PlanPosition onPlan(const Route& route, double x, double y, double bearing = 0.0) {
+    if (route.description().frame == qv::route::Frame::NE) return {y, x, M_PI / 2 - bearing};
+    return {x, y, bearing};
+}
+
 void setColour(cairo_t* cr, Colour c) { cairo_set_source_rgb(cr, c.r, c.g, c.b); }
 
 void text(cairo_t* cr, double x, double y, const std::string& s, double size, Colour c,
@@ -121,7 +132,8 @@ std::vector<Sample> sampleRoute(const Route& route) {
             progress.update(samples.size());
             const double at = route.elementStart(i) + length * k / n;
             const qv::route::RoutePoint p = route.pointAtLength(at);
-            samples.push_back({at, p.x, p.y, p.bearing, p.elevation, static_cast<int>(i),
+            const PlanPosition q = onPlan(route, p.x, p.y, p.bearing);
+            samples.push_back({at, q.east, q.north, q.angle, p.elevation, static_cast<int>(i),
                                !std::isnan(p.elevation)});
         }
     }
@@ -169,7 +181,9 @@ void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& sample
     };
     for (const Sample& s : samples) extend(s.x, s.y);
     const auto& points = route.description().horizontal.points;
-    for (const qv::route::IntersectionPoint& p : points) extend(p.x, p.y);
+    std::vector<PlanPosition> corners;  // the intersection points on the plan
+    for (const qv::route::IntersectionPoint& p : points) corners.push_back(onPlan(route, p.x, p.y));
+    for (const PlanPosition& p : corners) extend(p.east, p.north);
     Frame f;
     const double spanX = std::max(maxX - minX, 1.0);
     const double spanY = std::max(maxY - minY, 1.0);
@@ -187,7 +201,7 @@ void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& sample
         cairo_set_line_width(cr, kThin);
         setColour(cr, kTangent);
         cairo_new_path(cr);
-        for (const auto& p : points) cairo_line_to(cr, f.px(p.x), f.py(p.y));
+        for (const PlanPosition& p : corners) cairo_line_to(cr, f.px(p.east), f.py(p.north));
         cairo_stroke(cr);
         cairo_set_dash(cr, nullptr, 0, 0);
     }
@@ -205,15 +219,17 @@ void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& sample
     }
     for (std::size_t i = 1; i + 1 < points.size(); ++i) {
         const qv::route::IntersectionPoint& p = points[i];
-        dot(cr, f.px(p.x), f.py(p.y), kPointRadius, kPoint);
-        text(cr, f.px(p.x) + kPointRadius + 2, f.py(p.y) - kPointRadius - 2,
+        const PlanPosition& c = corners[i];
+        dot(cr, f.px(c.east), f.py(c.north), kPointRadius, kPoint);
+        text(cr, f.px(c.east) + kPointRadius + 2, f.py(c.north) - kPointRadius - 2,
              pointName(p.name, "JD", i), kFontSize, kPoint);
     }
     // Chainage ticks across the line, labelled on the side of bearing - 90 degrees.
     cairo_set_line_width(cr, kThin * 1.5);
     for (const qv::route::TableRow& row : ticks(route, tick)) {
         const qv::route::RoutePoint p = route.pointAtLength(row.length);
-        const double x = p.x, y = p.y, b = p.bearing;
+        const PlanPosition q = onPlan(route, p.x, p.y, p.bearing);
+        const double x = q.east, y = q.north, b = q.angle;
         // Page y points down, so the page normal of plan bearing b is (sin b, cos b).
         const double nx = std::sin(b), ny = std::cos(b);
         setColour(cr, kText);
@@ -228,7 +244,8 @@ void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& sample
     for (const qv::route::EquationInfo& e : route.equations()) {
         if (!e.isBreak || e.length < 0 || e.length > route.length()) continue;
         const qv::route::RoutePoint p = route.pointAtLength(e.length);
-        const double x = p.x, y = p.y, b = p.bearing;
+        const PlanPosition q = onPlan(route, p.x, p.y, p.bearing);
+        const double x = q.east, y = q.north, b = q.angle;
         dot(cr, f.px(x), f.py(y), kPointRadius + 1, kBreak);
         // Along the line on the side away from the tick labels, never upside down.
         const double away = kTickLength + kSmallFont;

@@ -86,7 +86,7 @@ const char* turnText(int turn, qv::route::Frame frame) {
 const char* xName(qv::route::Frame frame) { return frame == qv::route::Frame::NE ? "N" : "x"; }
 const char* yName(qv::route::Frame frame) { return frame == qv::route::Frame::NE ? "E" : "y"; }
 
-bool parseNumber(const std::string& text, double& value) {
+bool parseNumber(const std::string& text, double& value, bool nonFinite) {
     const std::size_t first = text.find_first_not_of(" \t\r");
     if (first == std::string::npos) return false;
     const std::size_t last = text.find_last_not_of(" \t\r");
@@ -95,7 +95,8 @@ bool parseNumber(const std::string& text, double& value) {
     if (*begin == '+') ++begin;  // from_chars takes no plus sign
     double parsed = 0.0;
     const auto result = std::from_chars(begin, end, parsed);
-    if (result.ec != std::errc() || result.ptr != end || !std::isfinite(parsed)) return false;
+    if (result.ec != std::errc() || result.ptr != end) return false;
+    if (!nonFinite && !std::isfinite(parsed)) return false;
     value = parsed;
     return true;
 }

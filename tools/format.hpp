@@ -45,7 +45,8 @@ const char* turnText(int turn, qv::route::Frame frame);
 const char* xName(qv::route::Frame frame);
 const char* yName(qv::route::Frame frame);
 
-/// Reads a whole text as a finite number (blanks around it allowed).
-bool parseNumber(const std::string& text, double& value);
+/// Reads a whole text as a number (blanks around it allowed): finite only, unless
+/// `nonFinite` also lets "nan" and "inf" through (surveyed points keep them, to be reported).
+bool parseNumber(const std::string& text, double& value, bool nonFinite = false);
 
 }  // namespace rcctool

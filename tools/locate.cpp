@@ -68,7 +68,7 @@ std::vector<qv::route::SurveyPoint> readPoints(const std::string& path) {
         }
         qv::route::SurveyPoint p;
         p.line = number;
-        const bool xOk = parseNumber(fields[0].first, p.x);
+        const bool xOk = parseNumber(fields[0].first, p.x, true);
         // A header is a first line of words, never a line that merely fails to parse.
         if (!xOk && firstRecord && hasLetter(fields[0].first) &&
             (fields.size() < 2 || hasLetter(fields[1].first))) {
@@ -84,9 +84,9 @@ std::vector<qv::route::SurveyPoint> readPoints(const std::string& path) {
                              (field < fields.size() ? ", found \"" + fields[field].first + "\""
                                                     : std::string(", found the end of the line")));
         };
-        if (!xOk) fail(0, "a finite number for x (lines are x,y or x,y,name)");
-        if (fields.size() < 2 || !parseNumber(fields[1].first, p.y)) {
-            fail(1, "a finite number for y (lines are x,y or x,y,name)");
+        if (!xOk) fail(0, "a number for x (lines are x,y or x,y,name)");
+        if (fields.size() < 2 || !parseNumber(fields[1].first, p.y, true)) {
+            fail(1, "a number for y (lines are x,y or x,y,name)");
         }
         if (fields.size() > 3) fail(3, "at most three fields (x,y,name)");
         if (fields.size() == 3) p.name = fields[2].first;

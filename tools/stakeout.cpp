@@ -45,6 +45,26 @@ std::string sideCode(double offset, Frame frame) {
     return (left ? "L" : "R") + signedNumber(offset).substr(1);
 }
 
+// The length along the route of a station the user asked for; refuses one that does not
+// exist (in a short chain's gap, or a second pass where no long chain repeats it) or lies
+// off the route.
+double onRoute(const Route& route, qv::route::Station station, const char* option,
+               const FormatOptions& format) {
+    const std::optional<double> length = route.lengthAt(station);
+    const std::string shown = std::string(option) + " " + stationText(station, format);
+    if (!length) {
+        throw InputError(shown +
+                         ": no such station on this route (skipped by a short chain, "
+                         "or no long chain repeats it)");
+    }
+    if (*length < 0 || *length > route.length()) {
+        throw InputError(shown + ": lies off the route, which runs from " +
+                         stationText(route.startStation(), format) + " to " +
+                         stationText(route.endStation(), format));
+    }
+    return *length;
+}
+
 }  // namespace
 
 void stakeout(const Route& route, const StakeoutOptions& options, const FormatOptions& format,
@@ -52,10 +72,12 @@ void stakeout(const Route& route, const StakeoutOptions& options, const FormatOp
     if (!(options.interval > 0) || !std::isfinite(options.interval)) {
         throw InputError("--interval must be positive (a length along the route)");
     }
-    if (options.from && options.to && options.to->value < options.from->value &&
-        options.to->occurrence <= options.from->occurrence) {
-        throw InputError("--to must not lie before --from");
-    }
+    const std::optional<double> from =
+        options.from ? onRoute(route, *options.from, "--from", format) : std::optional<double>();
+    const std::optional<double> to =
+        options.to ? onRoute(route, *options.to, "--to", format) : std::optional<double>();
+    if (from && to && *to < *from) throw InputError("--to must not lie before --from");
+    for (const qv::route::Station& s : options.at) onRoute(route, s, "--at", format);
     const qv::route::TableRequest request = requestOf(options);
     const std::size_t rows = route.countTableRows(request);
     const std::size_t points = rows * (1 + options.offsets.size());
