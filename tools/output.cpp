@@ -1,6 +1,8 @@
 // Table writers, the all-or-nothing file output and the progress line.
 #include "output.hpp"
 
+#include "safe_file.hpp"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -43,26 +45,6 @@ std::size_t displayWidth(const std::string& text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
         return (static_cast<unsigned char>(c) & 0xC0) != 0x80;  // not a continuation byte
     }));
-}
-
-std::string temporaryBeside(const std::string& path) {
-    std::string pattern = path + ".tmp-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    const int fd = ::mkstemp(buffer.data());
-    if (fd < 0) {
-        throw OutputError("cannot create a file beside " + path + ": " + std::strerror(errno));
-    }
-    ::close(fd);
-    return std::string(buffer.data());
-}
-
-void commit(const std::string& temporary, const std::string& path) {
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        const std::string reason = std::strerror(errno);
-        std::remove(temporary.c_str());
-        throw OutputError("cannot write " + path + ": " + reason);
-    }
 }
 
 }  // namespace
@@ -150,7 +132,7 @@ void writeOutput(const std::string& path, const std::function<void(std::ostream&
         if (!std::cout) throw OutputError("cannot write to standard output");
         return;
     }
-    writeFileAtomically(path, [&body, &path](const std::string& temporary) {
+    writeFileSafely(path, [&body, &path](const std::string& temporary) {
         std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
         if (!file) throw OutputError("cannot write " + path);
         body(file, false);
@@ -161,14 +143,7 @@ void writeOutput(const std::string& path, const std::function<void(std::ostream&
 
 void writeFileAtomically(const std::string& path,
                          const std::function<void(const std::string&)>& produce) {
-    const std::string temporary = temporaryBeside(path);
-    try {
-        produce(temporary);
-    } catch (...) {
-        std::remove(temporary.c_str());
-        throw;
-    }
-    commit(temporary, path);
+    writeFileSafely(path, produce);
 }
 
 Progress::Progress(std::string what, std::size_t total)
