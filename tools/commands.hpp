@@ -59,9 +59,12 @@ struct LocateOptions {
 void locate(const qv::route::Route& route, const std::vector<qv::route::SurveyPoint>& points,
             const LocateOptions& options, const FormatOptions& format, RowSink& sink);
 
-/// Reads "x,y[,name]" lines (a first line of words is a header); throws InputError naming
-/// the file, line and column of a bad field.
-std::vector<qv::route::SurveyPoint> readPoints(const std::string& path);
+/// Reads a point file ("-": standard input) in the given column order, N and E going to x
+/// and y as the route's frame says; throws InputError naming the line and column of a field
+/// that cannot be read.
+std::vector<qv::route::SurveyPoint> readPoints(const std::string& path,
+                                               qv::route::PointColumns columns,
+                                               const qv::route::Route& route);
 
 struct DrawOptions {
     double tick = 0.0;          ///< station label spacing; 0 picks one from the route's length

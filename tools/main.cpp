@@ -181,13 +181,19 @@ struct LocateArgs {
     Common common;
     rcctool::LocateOptions options;
     std::string points;
+    std::string columns = "x,y,name";
 };
 
 void addLocate(CLI::App& app, LocateArgs& a) {
     CLI::App* cmd = app.add_subcommand(
-        "locate", "station and signed offset of surveyed points (CSV x,y[,name])");
+        "locate",
+        "station, offset and height difference of surveyed points (CSV or blank-separated)");
     addCommon(cmd, a.common, true);
     cmd->add_option("points", a.points, "points file, or - for standard input")->required();
+    cmd->add_option("--columns", a.columns,
+                    "column order: x,y,name (name optional), name,x,y,z,code (z and code "
+                    "optional) or name,N,E,Z,code")
+        ->check(CLI::IsMember({"x,y,name", "name,x,y,z,code", "name,N,E,Z,code"}));
     cmd->add_option("--max-offset", a.options.maxOffset,
                     "largest distance from the centre line (default: any)");
     cmd->add_flag("--all", a.options.all, "every foot within --max-offset, nearest first");
@@ -196,7 +202,11 @@ void addLocate(CLI::App& app, LocateArgs& a) {
 void runLocate(const LocateArgs& a) {
     if (!(a.options.maxOffset > 0)) throw rcctool::InputError("--max-offset must be positive");
     const qv::route::Route route = load(a.common);
-    const auto points = rcctool::readPoints(a.points);
+    const qv::route::PointColumns columns =
+        a.columns == "x,y,name"          ? qv::route::PointColumns::XYName
+        : a.columns == "name,x,y,z,code" ? qv::route::PointColumns::NameXYZCode
+                                         : qv::route::PointColumns::NameNEZCode;
+    const auto points = rcctool::readPoints(a.points, columns, route);
     emit(a.common, formatOf(a.common), [&](const auto& format, rcctool::RowSink& sink) {
         rcctool::locate(route, points, a.options, format, sink);
     });
