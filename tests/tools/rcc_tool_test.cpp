@@ -167,6 +167,20 @@ TEST(Curves, LabelsCrestsAndSags) {
     EXPECT_EQ(kinds, (std::vector<std::string>{"crest", "sag", "crest", "sag"}));
 }
 
+TEST(Curves, VerticalCurveEndsAndHighPoint) {
+    // Small route BP1 (250, 13), R 1500: g1 = 3/140 (150 = 160 shortens 100..250 to 140),
+    // g2 = -2/170; T = R (g1 - g2) / 2 = 24.895, so BVC 225.105 at 13 - g1 T = 12.467; the
+    // top lies g1 R = 32.143 on, at 257.248, g1² R / 2 = 0.344 above BVC: 12.811.
+    const Table t = curveTables(RCC_TEST_DATA "/small_route.json").at(1);
+    ASSERT_EQ(t.rows.size(), 2u);
+    const std::pair<const char*, const char*> expected[] = {
+        {"BVC", "225.105"}, {"BVC elevation", "12.467"}, {"PVI", "250.000"},
+        {"EVC", "274.895"}, {"kind", "crest"},           {"K", "15.000"},
+        {"L", "49.790"},    {"high/low", "257.248"},     {"high/low elevation", "12.811"},
+    };
+    for (const auto& [name, value] : expected) EXPECT_EQ(t.rows[0][column(t, name)], value) << name;
+}
+
 TEST(CellText, AnglesCarrySecondsAndNumbersNeverPrintNan) {
     constexpr double kRadPerDeg = 3.141592653589793 / 180;
     FormatOptions dms;
