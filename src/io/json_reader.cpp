@@ -223,10 +223,6 @@ public:
         return value.get<double>();
     }
 
-    double number(const Json& object, const std::string& path, const char* key) const {
-        return numberValue(member(object, path, key), field(path, key));
-    }
-
     // A number within [low, high]; `what` names the quantity in the message.
     double bounded(const Json& value, const std::string& path, double low, double high,
                    const char* what) const {
