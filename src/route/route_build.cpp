@@ -16,8 +16,6 @@ namespace qv::route::detail {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-/// pointType of an intersection point or grade point between the first and the last.
-constexpr int kMiddlePoint = 1;
 /// Largest difference, in length units, between the length the library measures between
 /// two chainages written with six decimals and the length meant: the rounding of both
 /// texts (5e-7 each) plus that of the subtraction at |station| up to 1e9.
@@ -65,8 +63,8 @@ BrokenChainSet breaksOf(const Numbering& numbering) {
     for (const EquationInfo& info : numbering.equations()) {
         if (!info.isBreak) continue;
         const StationEquation& eq = info.equation;
-        // The library's chain types: 1 short (numbers skipped), 0 long (numbers repeated).
-        set.addChain(BrokenChain{eq.ahead > eq.back ? 1 : 0, eq.back, eq.ahead});
+        const int type = eq.ahead > eq.back ? rcc::kShortChainType : rcc::kLongChainType;
+        set.addChain(BrokenChain{type, eq.back, eq.ahead});
     }
     return set;
 }
@@ -116,7 +114,7 @@ void buildIntersectionPoints(RouteData& d, std::vector<RoadCurve>& elements) {
         jd.pointDK = i == 0 ? start : 0.0;
         jd.pointType = i == 0                   ? rcc::kJDStartPoint
                        : i + 1 == points.size() ? rcc::kJDEndPoint
-                                                : kMiddlePoint;
+                                                : rcc::kJDMiddlePoint;
         d.alignment.addJDPoint(jd);
         if (i < 2) continue;
         // The curve at the point before the newest one, fitted as soon as its next point is known.
@@ -181,6 +179,18 @@ void buildIntersectionPoints(RouteData& d, std::vector<RoadCurve>& elements) {
     }
     if (curve != d.curves.size()) {
         throw RouteError(base, "the fitted elements do not match the intersection points");
+    }
+    // The library keeps the first and the closing straight whatever the sign of their length;
+    // a negative one (a tangent longer than its leg) would run the route backwards.
+    if (elements.front().length < 0) {
+        throw RouteError(indexed(base, 1),
+                         "the curve's tangent is longer than the leg from the "
+                         "start point (the curve overruns it)");
+    }
+    if (elements.back().length < 0) {
+        throw RouteError(indexed(base, points.size() - 1),
+                         "the last curve's tangent is longer than the leg to the end point (the "
+                         "curve overruns it)");
     }
 }
 
@@ -470,7 +480,7 @@ void buildProfile(RouteData& d) {
         }
         bp.elevation = p.elevation;
         const bool middle = i > 0 && i + 1 < points.size();
-        bp.pointType = middle ? kMiddlePoint : rcc::kProfileEndPoint;
+        bp.pointType = middle ? rcc::kProfileGradeChange : rcc::kProfileEndPoint;
         bp.radius = middle ? p.radius : 0.0;
         if (middle && p.length > 0) {
             // A curve given by its length L = 2T: R = L / |g2 - g1|, grades from the points.
