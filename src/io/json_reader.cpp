@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 
+#include "chainage/chainage.hpp"
 #include "horizontal/horizontal.hpp"
 #include "io/message.hpp"
 
@@ -492,10 +493,9 @@ void readEquations(const Reader& reader, const Json& root, RouteDescription& d) 
         if (chains) {
             reader.allowOnly(list[i], path, {"type", "beforeDK", "afterDK", "name"});
             const Json& type = reader.member(list[i], path, "type");
-            constexpr int kShortChainCode = 1;  // the library's chain type codes
-            constexpr int kLongChainCode = 0;
-            const bool isShort = type == "short" || type == kShortChainCode;
-            const bool isLong = type == "long" || type == kLongChainCode;
+            // By name, or by the library's chain type code.
+            const bool isShort = type == "short" || type == rcc::kShortChainType;
+            const bool isLong = type == "long" || type == rcc::kLongChainType;
             if (!isShort && !isLong) {
                 reader.fail(path + ".type",
                             "expected \"short\" or \"long\", found " + describe(type));
