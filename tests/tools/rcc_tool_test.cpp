@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <sstream>
 #include <string>
 
 #include "commands.hpp"
@@ -244,6 +245,24 @@ TEST(Curves, VerticalCurveEndsAndHighPoint) {
         {"L", "49.790"},    {"high/low", "257.248"},     {"high/low elevation", "12.811"},
     };
     for (const auto& [name, value] : expected) EXPECT_EQ(t.rows[0][column(t, name)], value) << name;
+}
+
+TEST(StreamTable, GuardsFormulasQuotesSeparatorsAndAlignsText) {
+    const std::vector<rcctool::Column> columns = {{"name", false}, {"offset"}};
+    std::ostringstream csv;
+    rcctool::StreamTable csvSink(csv, false);
+    csvSink.begin(columns);
+    csvSink.row({"=1+1", "-3.000"});  // a text cell a spreadsheet would run; a number
+    csvSink.row({"a,\"b\"", "2.000"});
+    csvSink.end();
+    EXPECT_EQ(csv.str(), "name,offset\n'=1+1,-3.000\n\"a,\"\"b\"\"\",2.000\n");
+    std::ostringstream text;
+    rcctool::StreamTable textSink(text, true);
+    textSink.begin(columns);
+    textSink.row({"P1", "-3.000"});
+    textSink.row({"P10", "12.5"});
+    textSink.end();
+    EXPECT_EQ(text.str(), "name  offset\n----  ------\nP1    -3.000\nP10     12.5\n");
 }
 
 TEST(CellText, AnglesCarrySecondsAndNumbersNeverPrintNan) {
