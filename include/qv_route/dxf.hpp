@@ -12,7 +12,7 @@ namespace qv::route {
 struct DxfOptions {
     double tickInterval = 0.0;     ///< station ticks and labels every this length; 0 picks one
     double textHeight = 0.0;       ///< label height, drawing units; 0 picks one from the extent
-    double chordTolerance = 1e-3;  ///< largest distance from a clothoid's polyline to the curve
+    double chordTolerance = 2.5e-4;  ///< largest distance from a clothoid's polyline to the curve
 };
 
 /// The plan as DXF text: straights as LINE, arcs as ARC, clothoids as LWPOLYLINE within

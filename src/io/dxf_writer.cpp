@@ -137,7 +137,8 @@ public:
         }
         textHeight_ = options.textHeight > 0 ? options.textHeight : defaultTextHeight();
         tickInterval_ = options.tickInterval > 0 ? options.tickInterval : defaultTickInterval();
-        chordTolerance_ = options.chordTolerance > 0 ? options.chordTolerance : 1e-3;
+        chordTolerance_ =
+            options.chordTolerance > 0 ? options.chordTolerance : DxfOptions{}.chordTolerance;
     }
 
     std::string write() {
@@ -503,7 +504,7 @@ private:
     FrameMap map_;
     double textHeight_ = 1.0;
     double tickInterval_ = 100.0;
-    double chordTolerance_ = 1e-3;
+    double chordTolerance_ = 0.0;
     std::uint32_t next_ = kFirstHandle;
     std::string modelSpace_ = handle();
     DxfText out_;
