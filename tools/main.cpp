@@ -1,6 +1,7 @@
 // rcc: stakeout tables, curve tables, point location and drawings for one route described in a
 // JSON or LandXML file, built by the route layer on the road-alignment library.
 #include <CLI/CLI.hpp>
+#include <qv_route/dxf.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -220,17 +221,31 @@ struct DrawArgs {
 };
 
 void addDraw(CLI::App& app, DrawArgs& a) {
-    CLI::App* cmd = app.add_subcommand("draw", "plan and profile drawing (PNG or SVG)");
+    CLI::App* cmd =
+        app.add_subcommand("draw", "plan and profile drawing (PNG or SVG), or the plan as DXF");
     addCommon(cmd, a.common, false);
-    cmd->add_option("-o,--output", a.common.output, "drawing to write (.png or .svg)")->required();
+    cmd->add_option("-o,--output", a.common.output, "drawing to write (.png, .svg or .dxf)")
+        ->required();
     cmd->add_option("--tick", a.options.tick, "station label spacing (default: automatic)");
     cmd->add_option("--width", a.options.width, "image width in pixels (default 1600)");
     cmd->add_option("--exaggeration", a.options.exaggeration,
                     "vertical exaggeration of the profile (default: fill the panel)");
 }
 
+bool endsWith(const std::string& text, const std::string& end) {
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
 void runDraw(const DrawArgs& a) {
     const qv::route::Route route = load(a.common);
+    if (endsWith(a.common.output, ".dxf")) {
+        qv::route::DxfOptions options;
+        options.tickInterval = a.options.tick;
+        const std::string dxf = qv::route::writeDxf(route, options);
+        rcctool::writeOutput(a.common.output, [&dxf](std::ostream& out, bool) { out << dxf; });
+        return;
+    }
     rcctool::drawRoute(route, a.common.route, a.common.output, a.options, formatOf(a.common));
 }
 
