@@ -1,1 +1,253 @@
-// Tests of the readers: landxml_test.
+// Tests of the LandXML reader: the three published exports, units and encodings, station
+// equations, profiles, and the one-line errors on bad input.
+#include <gtest/gtest.h>
+#include <qv_route/io.hpp>
+
+#include <cmath>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "test_tolerances.hpp"
+
+namespace {
+
+using qv::route::ElementKind;
+using qv::route::ReadError;
+using qv::route::readLandXml;
+using qv::route::ReadOptions;
+using qv::route::ReadResult;
+
+constexpr double kPi = 3.141592653589793;
+/// Element ends must meet the file's End within a millimetre (metres).
+constexpr double kFileClosure = 1e-3;
+/// Metres per US survey foot, 1200/3937 by definition.
+constexpr double kSurveyFoot = 1200.0 / 3937.0;
+
+std::string fileText(const std::string& name) {
+    std::ifstream in(std::string(QV_TEST_DATA) + "/landxml/" + name, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+/// A LandXML document around `body` (the children of one Alignment) with `units`.
+std::string document(const std::string& body, const std::string& units = "",
+                     const std::string& prolog = "<?xml version=\"1.0\"?>") {
+    return prolog + "\n<LandXML xmlns=\"http://www.landxml.org/schema/LandXML-1.2\">" + units +
+           "<Alignments><Alignment name=\"A\" staStart=\"100\" length=\"10\">" + body +
+           "</Alignment></Alignments></LandXML>";
+}
+
+const std::string kLine =
+    "<CoordGeom><Line length=\"10\"><Start>0 0</Start><End>0 10</End></Line></CoordGeom>";
+
+std::string errorOf(const std::string& text, const ReadOptions& options = {}) {
+    try {
+        readLandXml(text, "f.xml", options);
+    } catch (const ReadError& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+struct PublishedFile {
+    const char* name;
+    std::size_t elements;
+    double lengthUnit;        ///< metres per file unit
+    double startStation;      ///< Alignment@staStart, file units
+    double lastElementStart;  ///< staStart of the last element, file units
+    double lastPviStation;    ///< the last PVI, file units
+    double lastPviElevation;
+};
+
+// Values copied from the published files (their Alignment, last CoordGeom element and last PVI).
+const PublishedFile kPublished[] = {
+    {"UT-Alignment-Aplitop-1.xml", 15, 1.0, 0.0, 471.672689, 507.067, 350.700},
+    {"PR_Twin_Branch_section_alignment.xml", 3, kSurveyFoot, 2103.7205600000002,
+     2103.7205600000002 + 741.37139133935671 + 1705.3152959346885, 4940.0000000000018,
+     713.75733171875027},
+    {"M3_RS-CL.tg.xml", 15, 1.0, 0.0, 1209.702474, 1266.246171, 19.377000},
+};
+
+TEST(LandXmlPublishedFiles, ElementsCloseOnTheFilesEndsAndStationsMatch) {
+    for (const PublishedFile& file : kPublished) {
+        SCOPED_TRACE(file.name);
+        ReadResult result = readLandXml(fileText(file.name), file.name);
+        const auto& d = result.description;
+        for (const auto& warning : result.warnings) {
+            EXPECT_EQ(warning.message.find("End"), std::string::npos) << warning.message;
+        }
+        ASSERT_EQ(d.horizontal.elements.size(), file.elements);
+        EXPECT_EQ(d.frame, qv::route::Frame::NE);
+        EXPECT_NEAR(d.startStation, file.startStation * file.lengthUnit, rcc_test::kExact);
+        double station = d.startStation;
+        for (std::size_t i = 0; i + 1 < d.horizontal.elements.size(); ++i) {
+            station += d.horizontal.elements[i].length;
+        }
+        EXPECT_NEAR(station, file.lastElementStart * file.lengthUnit, kFileClosure);
+        EXPECT_NEAR(d.profile.back().station.value, file.lastPviStation * file.lengthUnit,
+                    rcc_test::kExact);
+        EXPECT_NEAR(d.profile.back().elevation, file.lastPviElevation * file.lengthUnit,
+                    rcc_test::kExact);
+    }
+}
+
+TEST(LandXmlPublishedFiles, ReadsKindsTurnsAndProfileCurves) {
+    // Aplitop: element 3 is the clothoid from R 25 to INF turning ccw, element 4 an entering
+    // one to R 22 turning cw (a reverse curve); profile ParaCurve length 129.487.
+    const auto aplitop = readLandXml(fileText("UT-Alignment-Aplitop-1.xml"), "a").description;
+    EXPECT_EQ(aplitop.horizontal.elements[2].kind, ElementKind::OutTransition);
+    EXPECT_EQ(aplitop.horizontal.elements[2].startRadius, 25.0);
+    EXPECT_EQ(aplitop.horizontal.elements[2].turn, -1);
+    EXPECT_EQ(aplitop.horizontal.elements[3].kind, ElementKind::InTransition);
+    EXPECT_EQ(aplitop.horizontal.elements[3].endRadius, 22.0);
+    EXPECT_EQ(aplitop.horizontal.elements[3].turn, 1);
+    EXPECT_EQ(aplitop.profile[1].length, 129.487);
+    // The first line's dir 102.44211605 grads is its azimuth (north 4084594.132, east 335085.958).
+    EXPECT_NEAR(aplitop.horizontal.startBearing, 102.44211605 * kPi / 200, 1e-6);
+    EXPECT_EQ(aplitop.horizontal.start.x, 4084594.132145);
+
+    // M3: first arc R 250 cw; the CircCurve radius -2000 is read unsigned, with a warning.
+    const auto m3 = readLandXml(fileText("M3_RS-CL.tg.xml"), "m");
+    EXPECT_EQ(m3.description.horizontal.elements[1].turn, 1);
+    EXPECT_EQ(m3.description.profile[3].radius, 2000.0);
+    EXPECT_EQ(m3.description.coordinateSystem, "EPSG:3875");
+    std::size_t circles = 0;
+    for (const auto& w : m3.warnings) circles += w.message.find("CircCurve") != std::string::npos;
+    EXPECT_EQ(circles, 9u);  // nine CircCurves between the PVIs
+}
+
+TEST(LandXmlUnits, LengthAndDirectionUnitsConvert) {
+    struct Case {
+        const char* units;
+        double metres;  ///< of the file's length 10
+        const char* dir;
+    };
+    // The line runs due east, azimuth pi/2: 100 grads, 90 degrees, "90.0000" dd.mmss; a
+    // length of 10 file units is 3.048 m in feet, 10 * 1200/3937 in survey feet.
+    const Case cases[] = {
+        {"", 10.0, "1.5707963"},
+        {"<Units><Metric linearUnit=\"meter\" directionUnit=\"grads\"/></Units>", 10.0, "100"},
+        {"<Units><Imperial linearUnit=\"foot\" directionUnit=\"decimal degrees\"/></Units>", 3.048,
+         "90."},
+        {"<Units><Imperial linearUnit=\"USSurveyFoot\" directionUnit=\"decimal  dd.mm.ss\"/>"
+         "</Units>",
+         10 * kSurveyFoot, "89.5960"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.units);
+        const std::string body = std::string("<CoordGeom><Line length=\"10\" dir=\"") + c.dir +
+                                 "\"><Start>0 0</Start><End>0 10</End></Line></CoordGeom>";
+        const ReadResult r = readLandXml(document(body, c.units), "u");
+        EXPECT_NEAR(r.description.horizontal.elements[0].length, c.metres, rcc_test::kExact);
+        EXPECT_NEAR(r.description.startStation, 10 * c.metres, rcc_test::kExact);
+        EXPECT_TRUE(r.warnings.empty()) << r.warnings.front().message;
+    }
+}
+
+TEST(LandXmlUnits, EightBitEncodingsAndPrefixedNamesRead) {
+    // "Väg" in ISO-8859-1 (0xE4) and "€" in Windows-1252 (0x80) come out as UTF-8.
+    const std::string latin =
+        document(kLine, "", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>");
+    std::string named = latin;
+    named.replace(named.find("name=\"A\""), 8, "name=\"V\xE4g\"");
+    EXPECT_EQ(readLandXml(named, "l").description.name, "V\xC3\xA4g");
+    std::string windows = document(kLine, "", "<?xml version=\"1.0\" encoding=\"windows-1252\"?>");
+    windows.replace(windows.find("name=\"A\""), 8, "name=\"\x80\"");
+    EXPECT_EQ(readLandXml(windows, "w").description.name, "\xE2\x82\xAC");
+    const std::string prefixed =
+        "\xEF\xBB\xBF<lx:LandXML xmlns:lx=\"x\"><lx:Alignments><lx:Alignment name=\"P\">"
+        "<lx:CoordGeom><lx:Line><lx:Start>0 0</lx:Start><lx:End>3 4</lx:End></lx:Line>"
+        "</lx:CoordGeom></lx:Alignment></lx:Alignments></lx:LandXML>";
+    EXPECT_EQ(readLandXml(prefixed, "p").description.horizontal.elements[0].length, 5.0);
+}
+
+TEST(LandXmlDirections, AConventionBrokenByOneElementIsWarnedOnce) {
+    // Both lines' dir follow "counter-clockwise from north" (azimuth 90 -> 300 grads); the
+    // third states 100 grads for an azimuth of 0, which fits none of the others' conventions.
+    const std::string body =
+        "<CoordGeom><Line dir=\"300\"><Start>0 0</Start><End>0 10</End></Line>"
+        "<Line dir=\"300\"><Start>0 10</Start><End>0 20</End></Line>"
+        "<Line dir=\"100\"><Start>0 20</Start><End>10 20</End></Line></CoordGeom>";
+    const ReadResult r =
+        readLandXml(document(body, "<Units><Metric directionUnit=\"grads\"/></Units>"), "d");
+    ASSERT_EQ(r.warnings.size(), 1u);
+    EXPECT_EQ(r.warnings[0].path, "horizontal.elements[2]");
+}
+
+TEST(LandXmlStations, EquationsBecomeBreaksOrLabels) {
+    // staStart 100: internal 103 is numbered 103; ahead 110 is a short chain 103 -> 110.
+    // Internal 105 is then 112 (no staBack); ahead 108 is a long chain 112 -> 108. The last
+    // restates its internal station as ahead (a kilometre post): a label.
+    const std::string body = kLine +
+                             "<StaEquation staInternal=\"103\" staAhead=\"110\"/>"
+                             "<StaEquation staInternal=\"105\" staAhead=\"108\" desc=\"L\"/>"
+                             "<StaEquation staInternal=\"107\" staAhead=\"107\"/>";
+    const auto equations = readLandXml(document(body), "e").description.equations;
+    ASSERT_EQ(equations.size(), 3u);
+    EXPECT_DOUBLE_EQ(equations[0].back, 103.0);
+    EXPECT_DOUBLE_EQ(equations[0].ahead, 110.0);
+    EXPECT_DOUBLE_EQ(equations[1].back, 112.0);
+    EXPECT_DOUBLE_EQ(equations[1].ahead, 108.0);
+    EXPECT_EQ(equations[1].name, "L");
+    EXPECT_EQ(equations[2].back, equations[2].ahead);
+}
+
+TEST(LandXmlErrors, BadInputGivesOneLineNamingThePlace) {
+    struct Case {
+        std::string text;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {"<?xml version=\"1.0\"?>\n<LandXML>\n  <Alignments></Oops>", "f.xml:3:"},
+        {document("<CoordGeom><Line/><Spiral length=\"1\"/><Spiral/></CoordGeom>"),
+         "f.xml: Alignment[name=A]/CoordGeom/Line/Start: missing"},
+        {document("<CoordGeom><Spiral radiusStart=\"INF\"/></CoordGeom>"),
+         "Alignment[name=A]/CoordGeom/Spiral@length: missing"},
+        {document("<CoordGeom><Spiral length=\"5\" spiType=\"cubic\"/></CoordGeom>"),
+         "Spiral: spiral type cubic is not read"},
+        {document(kLine + "<StaEquation staInternal=\"1\" staAhead=\"0\" "
+                          "staIncrement=\"decreasing\"/>"),
+         "StaEquation@staIncrement: decreasing"},
+        {document(kLine + "<Profile><ProfAlign><PVI>0 1</PVI><UnsymParaCurve>5 2"
+                          "</UnsymParaCurve></ProfAlign></Profile>"),
+         "UnsymParaCurve: unsymmetrical"},
+        {document("<CoordGeom><Line length=\"1e300\"><Start>0 0</Start><End>0 1</End></Line>"
+                  "</CoordGeom>"),
+         "@length: out of range"},
+        {"<?xml version=\"1.0\"?><Nope/>", "not LandXML"},
+        {"<LandXML><Alignments><Alignment name=\"A\"/><Alignment name=\"B\"/></Alignments>"
+         "</LandXML>",
+         "several alignments; choose one of: A, B"},
+    };
+    for (const Case& c : cases) {
+        const std::string message = errorOf(c.text);
+        EXPECT_NE(message.find(c.expected), std::string::npos) << message;
+        EXPECT_EQ(message.find('\n'), std::string::npos) << message;
+    }
+}
+
+TEST(LandXmlErrors, NoExternalEntityIsLoaded) {
+    // An external entity naming a local file: the reader never opens it, so the name stays
+    // an unreadable number rather than the file's contents.
+    const std::string text =
+        "<?xml version=\"1.0\"?><!DOCTYPE LandXML [<!ENTITY x SYSTEM \"/etc/hostname\">]>"
+        "<LandXML><Alignments><Alignment name=\"&x;\" staStart=\"&x;\">" +
+        kLine + "</Alignment></Alignments></LandXML>";
+    EXPECT_NE(errorOf(text).find("staStart: not a number"), std::string::npos);
+}
+
+TEST(LandXmlAlignments, SeveralAlignmentsArePickedByName) {
+    const std::string text = "<LandXML><Alignments><Alignment name=\"A\">" + kLine +
+                             "</Alignment><Alignment name=\"B\" staStart=\"7\">" + kLine +
+                             "</Alignment></Alignments></LandXML>";
+    EXPECT_EQ(qv::route::landXmlAlignmentNames(text, "n"), (std::vector<std::string>{"A", "B"}));
+    ReadOptions options;
+    options.alignment = "B";
+    EXPECT_EQ(readLandXml(text, "n", options).description.startStation, 7.0);
+    options.alignment = "C";
+    EXPECT_NE(errorOf(text, options).find("no alignment C; the file has: A, B"), std::string::npos);
+}
+
+}  // namespace
