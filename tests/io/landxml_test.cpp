@@ -4,10 +4,12 @@
 #include <qv_route/io.hpp>
 
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
 
+#include "io/landxml.hpp"
 #include "test_tolerances.hpp"
 
 namespace {
@@ -248,6 +250,70 @@ TEST(LandXmlAlignments, SeveralAlignmentsArePickedByName) {
     EXPECT_EQ(readLandXml(text, "n", options).description.startStation, 7.0);
     options.alignment = "C";
     EXPECT_NE(errorOf(text, options).find("no alignment C; the file has: A, B"), std::string::npos);
+}
+
+/// The elements of an element-form description, built by the library from each element's
+/// own start point and bearing (stations in startDK, no equations).
+std::vector<RoadCurve> build(const qv::route::RouteDescription& d) {
+    std::vector<RoadCurve> out;
+    double station = d.startStation;
+    for (const auto& e : d.horizontal.elements) {
+        RoadCurvesCalculation road;
+        const double end = station + e.length;
+        const double x = e.start->x, y = e.start->y, b = *e.startBearing;
+        if (e.kind == ElementKind::Line) road.inputLine(station, end, x, y, b);
+        if (e.kind == ElementKind::Arc)
+            road.inputCurve(station, end, x, y, e.startRadius, e.turn, b);
+        if (e.kind == ElementKind::InTransition) {
+            road.inputInTransitionCurve(station, end, x, y, e.endRadius, e.turn, b);
+        }
+        if (e.kind == ElementKind::OutTransition) {
+            road.inputOutTransitionCurve(station, end, x, y, e.startRadius, e.turn, b);
+        }
+        out.push_back(road.getRoadCruves().back());
+        station = end;
+    }
+    return out;
+}
+
+/// Vertical-curve lengths: L as given, or R |g2 - g1| from the neighbouring points.
+std::vector<double> curveLengths(const std::vector<qv::route::GradePoint>& p) {
+    std::vector<double> out(p.size(), 0.0);
+    for (std::size_t i = 1; i + 1 < p.size(); ++i) {
+        const double g1 =
+            (p[i].elevation - p[i - 1].elevation) / (p[i].station.value - p[i - 1].station.value);
+        const double g2 =
+            (p[i + 1].elevation - p[i].elevation) / (p[i + 1].station.value - p[i].station.value);
+        out[i] = p[i].length > 0 ? p[i].length : p[i].radius * std::fabs(g2 - g1);
+    }
+    return out;
+}
+
+TEST(LandXmlWriter, WrittenFilesValidateAndReadBackToTheSameRoute) {
+    for (const PublishedFile& file : kPublished) {
+        SCOPED_TRACE(file.name);
+        const auto read = readLandXml(fileText(file.name), file.name).description;
+        const std::vector<RoadCurve> elements = build(read);
+        const std::string written =
+            rcc_io::writeLandXml(read, elements, curveLengths(read.profile));
+        const std::string path = testing::TempDir() + "landxml_written.xml";
+        std::ofstream(path, std::ios::binary) << written;
+        const std::string lint = "xmllint --noout --nonet --schema " + std::string(QV_TEST_DATA) +
+                                 "/landxml/LandXML-1.2.xsd " + path + " 2>/dev/null";
+        EXPECT_EQ(std::system(lint.c_str()), 0) << written;
+
+        const auto back = readLandXml(written, "written");
+        EXPECT_TRUE(back.warnings.empty()) << back.warnings.front().message;
+        const std::vector<RoadCurve> again = build(back.description);
+        ASSERT_EQ(again.size(), elements.size());
+        for (std::size_t i = 0; i < again.size(); ++i) {
+            EXPECT_NEAR(again[i].endX, elements[i].endX, 1e-6) << i;
+            EXPECT_NEAR(again[i].endY, elements[i].endY, 1e-6) << i;
+            EXPECT_EQ(again[i].curveType, elements[i].curveType) << i;
+        }
+        ASSERT_EQ(back.description.profile.size(), read.profile.size());
+        EXPECT_EQ(back.description.profile.back().elevation, read.profile.back().elevation);
+    }
 }
 
 }  // namespace
