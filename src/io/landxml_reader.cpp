@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,7 +38,7 @@ constexpr double kDirectionTolerance = 1e-3;
 /// straights between touching curves) have no direction to build from.
 constexpr double kShortestElement = 1e-9;
 /// Points at which a circular vertical curve is compared with its parabola.
-constexpr int kCircleSamples = 64;
+constexpr int kCircleSamples = 256;
 
 /// Gradians and degrees per half turn.
 constexpr double kGradsPerHalfTurn = 200.0;
@@ -92,6 +93,14 @@ std::string quoted(std::string_view text, std::size_t limit = kMaxQuoted) {
     }
     if (text.size() > limit) out += "...";
     return out;
+}
+
+/// A small distance in a message, to three significant digits ("0.00123", "1.25e-05").
+std::string distanceText(double value) {
+    constexpr std::size_t kChars = 32;
+    char text[kChars];
+    std::snprintf(text, kChars, "%.3g", value);
+    return text;
 }
 
 std::string lower(std::string_view text) {
@@ -628,7 +637,7 @@ public:
             if (!(miss <= options_.closureTolerance)) {
                 warn("horizontal.elements[" + std::to_string(index) + "]",
                      path(node) + " at station " + std::to_string(station) + " ends " +
-                         std::to_string(miss) + " from the file's End");
+                         distanceText(miss) + " from the file's End");
             }
             station += element.length;
             route.horizontal.elements.push_back(std::move(element));
@@ -775,8 +784,11 @@ public:
         const double cs = side * r * (1 / w2 - 1 / w1) / det;
         const double cz = side * r * ((-g1 / w1) - (-g2 / w2)) / det;
         const double tangent = r * std::fabs(g2 - g1) / 2;
-        const double from = std::min(-tangent, cs - r);
-        const double to = std::max(tangent, cs + r);
+        // Stations of the circle's tangent points: the feet of the centre on the two lines.
+        const double t1 = cs + side * r * (g1 / w1);
+        const double t2 = cs + side * r * (g2 / w2);
+        const double from = std::min({-tangent, t1, t2});
+        const double to = std::max({tangent, t1, t2});
         double worst = 0.0;
         for (int k = 0; k <= kCircleSamples; ++k) {
             const double s = from + (to - from) * k / kCircleSamples;
@@ -786,8 +798,6 @@ public:
                                         : grade;
             const double under = r * r - (s - cs) * (s - cs);
             // The circle between its tangent points, the grade lines outside them.
-            const double t1 = cs + side * r * (-g1 / w1);
-            const double t2 = cs + side * r * (-g2 / w2);
             const double circle = (s > std::min(t1, t2) && s < std::max(t1, t2) && under >= 0)
                                       ? cz - side * std::sqrt(under)
                                       : grade;
@@ -796,7 +806,7 @@ public:
         warn("profile[" + std::to_string(i) + "]",
              "CircCurve at station " + std::to_string(p.station.value) +
                  " read as the parabola of radius " + std::to_string(r) +
-                 "; it departs from the circle by up to " + std::to_string(worst));
+                 "; it departs from the circle by up to " + distanceText(worst));
     }
 
     ReadResult readAlignment(const pugi::xml_node& root, const pugi::xml_node& alignment) {

@@ -196,6 +196,45 @@ TEST(LandXmlStations, EquationsBecomeBreaksOrLabels) {
     EXPECT_EQ(equations[2].back, equations[2].ahead);
 }
 
+TEST(LandXmlProfile, VerticalCurvesKeepLengthOrRadius) {
+    // Grades -1 % and +1 % either side of station 1000. A circle of radius 10000 tangent to
+    // both bottoms out at R (sqrt(1 + g^2) - 1) = 0.4999875 above the PVI; the parabola of
+    // that radius at T^2 / (2R) = 0.5: they part by 1.25e-5 there and nowhere more.
+    const std::string body = kLine +
+                             "<Profile><ProfAlign name=\"P\"><PVI>0 10</PVI>"
+                             "<CircCurve length=\"200\" radius=\"-10000\">1000 0</CircCurve>"
+                             "<ParaCurve length=\"300.\">2000 10</ParaCurve><PVI>3000 0</PVI>"
+                             "</ProfAlign></Profile>";
+    const ReadResult r = readLandXml(document(body), "p");
+    const auto& profile = r.description.profile;
+    ASSERT_EQ(profile.size(), 4u);
+    EXPECT_EQ(profile[1].radius, 10000.0);
+    EXPECT_EQ(profile[1].length, 0.0);
+    EXPECT_EQ(profile[2].length, 300.0);
+    EXPECT_EQ(profile[2].radius, 0.0);
+    ASSERT_EQ(r.warnings.size(), 1u);
+    const std::string& message = r.warnings[0].message;
+    EXPECT_NEAR(std::stod(message.substr(message.find("up to ") + 6)), 1.25e-5, 1e-7) << message;
+}
+
+TEST(LandXmlAlignments, PlainAlignPIsBecomeIntersectionPoints) {
+    // A PI with an entering spiral, a curve and a leaving spiral is one intersection point.
+    const std::string body = kLine +
+                             "<AlignPIs><AlignPI><PI>0 0</PI></AlignPI><AlignPI>"
+                             "<PI name=\"P1\">0 200</PI><InSpiral><Spiral length=\"10\"/>"
+                             "</InSpiral><Curve1><Curve radius=\"300\"/></Curve1><OutSpiral>"
+                             "<Spiral length=\"20\"/></OutSpiral></AlignPI><AlignPI>"
+                             "<PI>100 300</PI></AlignPI></AlignPIs>";
+    const auto points = readLandXml(document(body), "pi").description.horizontal.points;
+    ASSERT_EQ(points.size(), 3u);
+    EXPECT_EQ(points[1].name, "P1");
+    EXPECT_EQ(points[1].y, 200.0);
+    EXPECT_EQ(points[1].radius, 300.0);
+    EXPECT_EQ(points[1].inTransitionLength, 10.0);
+    EXPECT_EQ(points[1].outTransitionLength, 20.0);
+    EXPECT_EQ(points[2].x, 100.0);
+}
+
 TEST(LandXmlErrors, BadInputGivesOneLineNamingThePlace) {
     struct Case {
         std::string text;
