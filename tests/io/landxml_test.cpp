@@ -355,4 +355,26 @@ TEST(LandXmlWriter, WrittenFilesValidateAndReadBackToTheSameRoute) {
     }
 }
 
+TEST(LandXmlWriter, XYFrameIsWrittenNorthUp) {
+    // In the XY frame a left turn (bearing grows from east towards north) is ccw on the map,
+    // and (x, y) is written as "north east" = "y x": read back, the NE frame holds (y, x).
+    qv::route::RouteDescription d;
+    d.frame = qv::route::Frame::XY;
+    qv::route::ElementDescription arc;
+    arc.kind = ElementKind::Arc;
+    arc.length = 10.0;
+    arc.startRadius = arc.endRadius = 50.0;
+    arc.turn = 1;
+    arc.start = qv::route::PlanePoint{100.0, 200.0};
+    arc.startBearing = 0.0;
+    d.horizontal.elements = {arc};
+    const std::vector<RoadCurve> built = build(d);
+    const auto back = readLandXml(rcc_io::writeLandXml(d, built, {}), "xy").description;
+    ASSERT_EQ(back.horizontal.elements.size(), 1u);
+    EXPECT_EQ(back.horizontal.elements[0].turn, -1);
+    EXPECT_NEAR(back.horizontal.elements[0].expectedEnd->x, built[0].endY, 1e-9);
+    EXPECT_NEAR(back.horizontal.elements[0].expectedEnd->y, built[0].endX, 1e-9);
+    EXPECT_NEAR(*back.horizontal.elements[0].startBearing, kPi / 2, 1e-12);  // east = azimuth 90
+}
+
 }  // namespace
