@@ -552,8 +552,10 @@ public:
         const PlanePoint tangents = point(node, "PI");
         const PlanePoint end = point(node, "End");
         if (element.startRadius == kInf) {  // exact: "INF" in the file
-            element.kind = element.endRadius == kInf ? ElementKind::TransitionBetweenRadii
-                                                     : ElementKind::InTransition;
+            // A "spiral" straight at both ends is a straight.
+            element.kind =
+                element.endRadius == kInf ? ElementKind::Line : ElementKind::InTransition;
+            if (element.kind == ElementKind::Line) element.turn = 0;
         } else if (element.endRadius == kInf) {
             element.kind = ElementKind::OutTransition;
         } else if (element.startRadius == element.endRadius) {
