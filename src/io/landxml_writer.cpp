@@ -245,6 +245,18 @@ std::string writeLandXml(const RouteDescription& d, const std::vector<RoadCurve>
 
 namespace qv::route {
 
-std::string writeLandXml(const Route&) { return {}; }
+std::string writeLandXml(const Route& route) {
+    // A curve given by its length keeps it; one given by its radius is 2T long, T the
+    // tangent length either side of its PVI.
+    const std::vector<GradePoint>& profile = route.description().profile;
+    std::vector<double> lengths(profile.size(), 0.0);
+    for (const VerticalCurveInfo& curve : route.verticalCurves()) {
+        if (curve.hasCurve && curve.pointIndex < lengths.size()) {
+            const double given = profile[curve.pointIndex].length;
+            lengths[curve.pointIndex] = given > 0 ? given : 2 * curve.tangentLength;
+        }
+    }
+    return rcc_io::writeLandXml(route.description(), route.elements(), lengths);
+}
 
 }  // namespace qv::route

@@ -9,7 +9,6 @@
 #include <sstream>
 #include <string>
 
-#include "io/landxml.hpp"
 #include "test_tolerances.hpp"
 
 namespace {
@@ -19,10 +18,14 @@ using qv::route::ReadError;
 using qv::route::readLandXml;
 using qv::route::ReadOptions;
 using qv::route::ReadResult;
+using qv::route::Route;
 
 constexpr double kPi = 3.141592653589793;
 /// Element ends must meet the file's End within a millimetre (metres).
 constexpr double kFileClosure = 1e-3;
+/// Lengths quoted to six decimals, summed over fifteen elements, against the file's own
+/// six-decimal stations (metres).
+constexpr double kSummedSixDecimals = 1e-5;
 /// Metres per US survey foot, 1200/3937 by definition.
 constexpr double kSurveyFoot = 1200.0 / 3937.0;
 
@@ -291,67 +294,76 @@ TEST(LandXmlAlignments, SeveralAlignmentsArePickedByName) {
     EXPECT_NE(errorOf(text, options).find("no alignment C; the file has: A, B"), std::string::npos);
 }
 
-/// The elements of an element-form description, built by the library from each element's
-/// own start point and bearing (stations in startDK, no equations).
-std::vector<RoadCurve> build(const qv::route::RouteDescription& d) {
-    std::vector<RoadCurve> out;
-    double station = d.startStation;
-    for (const auto& e : d.horizontal.elements) {
-        RoadCurvesCalculation road;
-        const double end = station + e.length;
-        const double x = e.start->x, y = e.start->y, b = *e.startBearing;
-        if (e.kind == ElementKind::Line) road.inputLine(station, end, x, y, b);
-        if (e.kind == ElementKind::Arc)
-            road.inputCurve(station, end, x, y, e.startRadius, e.turn, b);
-        if (e.kind == ElementKind::InTransition) {
-            road.inputInTransitionCurve(station, end, x, y, e.endRadius, e.turn, b);
-        }
-        if (e.kind == ElementKind::OutTransition) {
-            road.inputOutTransitionCurve(station, end, x, y, e.startRadius, e.turn, b);
-        }
-        out.push_back(road.getRoadCruves().back());
-        station = end;
+/// The staStart values of a file's CoordGeom elements, in file order (file units).
+std::vector<double> elementStations(const std::string& text) {
+    std::vector<double> out;
+    const std::size_t end = text.find("</CoordGeom>");
+    for (std::size_t at = text.find("<CoordGeom"); (at = text.find("staStart=\"", at)) < end;) {
+        at += 10;
+        out.push_back(std::stod(text.substr(at)));
     }
     return out;
 }
 
-/// Vertical-curve lengths: L as given, or R |g2 - g1| from the neighbouring points.
-std::vector<double> curveLengths(const std::vector<qv::route::GradePoint>& p) {
-    std::vector<double> out(p.size(), 0.0);
-    for (std::size_t i = 1; i + 1 < p.size(); ++i) {
-        const double g1 =
-            (p[i].elevation - p[i - 1].elevation) / (p[i].station.value - p[i - 1].station.value);
-        const double g2 =
-            (p[i + 1].elevation - p[i].elevation) / (p[i + 1].station.value - p[i].station.value);
-        out[i] = p[i].length > 0 ? p[i].length : p[i].radius * std::fabs(g2 - g1);
+std::string validationOf(const std::string& written) {
+    const std::string path = testing::TempDir() + "landxml_written.xml";
+    std::ofstream(path, std::ios::binary) << written;
+    const std::string lint = "xmllint --noout --nonet --schema " + std::string(QV_TEST_DATA) +
+                             "/landxml/LandXML-1.2.xsd " + path + " 2>&1";
+    return std::system((lint + " >/dev/null").c_str()) == 0 ? "valid" : "invalid";
+}
+
+TEST(LandXmlRoutes, PublishedFilesBuildWithTheirEndsStationsAndElevations) {
+    for (const PublishedFile& file : kPublished) {
+        SCOPED_TRACE(file.name);
+        const std::string text = fileText(file.name);
+        const Route route = Route::build(readLandXml(text, file.name).description);
+        const auto& described = route.description().horizontal.elements;
+        const std::vector<double> stations = elementStations(text);
+        for (std::size_t i = 0; i < route.elements().size(); ++i) {
+            const RoadCurve& e = route.elements()[i];
+            EXPECT_LE(std::hypot(e.endX - described[i].expectedEnd->x,
+                                 e.endY - described[i].expectedEnd->y),
+                      kFileClosure)
+                << i;
+            if (i < stations.size()) {
+                EXPECT_NEAR(route.stationAt(route.elementStart(i)).value,
+                            stations[i] * file.lengthUnit, kSummedSixDecimals)
+                    << i;
+            }
+        }
+        // Every PVI keeps its published elevation: on a grade line the route passes through
+        // it, under a vertical curve it is the curve's intersection point.
+        for (const auto& curve : route.verticalCurves()) {
+            EXPECT_EQ(curve.elevation, route.description().profile[curve.pointIndex].elevation);
+        }
+        const auto& first = route.description().profile.front();
+        EXPECT_NEAR(route.elevationAtLength(*route.lengthAt(first.station)), first.elevation,
+                    rcc_test::kExact);
     }
-    return out;
 }
 
 TEST(LandXmlWriter, WrittenFilesValidateAndReadBackToTheSameRoute) {
     for (const PublishedFile& file : kPublished) {
         SCOPED_TRACE(file.name);
-        const auto read = readLandXml(fileText(file.name), file.name).description;
-        const std::vector<RoadCurve> elements = build(read);
-        const std::string written =
-            rcc_io::writeLandXml(read, elements, curveLengths(read.profile));
-        const std::string path = testing::TempDir() + "landxml_written.xml";
-        std::ofstream(path, std::ios::binary) << written;
-        const std::string lint = "xmllint --noout --nonet --schema " + std::string(QV_TEST_DATA) +
-                                 "/landxml/LandXML-1.2.xsd " + path + " 2>/dev/null";
-        EXPECT_EQ(std::system(lint.c_str()), 0) << written;
+        const Route route = Route::build(readLandXml(fileText(file.name), file.name).description);
+        const std::string written = qv::route::writeLandXml(route);
+        EXPECT_EQ(validationOf(written), "valid") << written;
 
         const auto back = readLandXml(written, "written");
         EXPECT_TRUE(back.warnings.empty()) << back.warnings.front().message;
-        const std::vector<RoadCurve> again = build(back.description);
-        ASSERT_EQ(again.size(), elements.size());
-        for (std::size_t i = 0; i < again.size(); ++i) {
-            EXPECT_NEAR(again[i].endX, elements[i].endX, 1e-6) << i;
-            EXPECT_NEAR(again[i].endY, elements[i].endY, 1e-6) << i;
-            EXPECT_EQ(again[i].curveType, elements[i].curveType) << i;
+        const Route again = Route::build(back.description);
+        ASSERT_EQ(again.elements().size(), route.elements().size());
+        for (std::size_t i = 0; i < again.elements().size(); ++i) {
+            const RoadCurve& a = again.elements()[i];
+            const RoadCurve& b = route.elements()[i];
+            EXPECT_LE(std::hypot(a.endX - b.endX, a.endY - b.endY), 1e-6) << i;
+            EXPECT_EQ(a.curveType, b.curveType) << i;
         }
-        ASSERT_EQ(back.description.profile.size(), read.profile.size());
-        EXPECT_EQ(back.description.profile.back().elevation, read.profile.back().elevation);
+        ASSERT_EQ(again.verticalCurves().size(), route.verticalCurves().size());
+        for (std::size_t k = 0; k < again.verticalCurves().size(); ++k) {
+            EXPECT_NEAR(again.verticalCurves()[k].radius, route.verticalCurves()[k].radius, 1e-6);
+        }
     }
 }
 
@@ -365,15 +377,15 @@ TEST(LandXmlWriter, XYFrameIsWrittenNorthUp) {
     arc.length = 10.0;
     arc.startRadius = arc.endRadius = 50.0;
     arc.turn = 1;
-    arc.start = qv::route::PlanePoint{100.0, 200.0};
-    arc.startBearing = 0.0;
+    d.horizontal.start = {100.0, 200.0};
     d.horizontal.elements = {arc};
-    const std::vector<RoadCurve> built = build(d);
-    const auto back = readLandXml(rcc_io::writeLandXml(d, built, {}), "xy").description;
+    const Route route = Route::build(d);
+    const RoadCurve& built = route.elements()[0];
+    const auto back = readLandXml(qv::route::writeLandXml(route), "xy").description;
     ASSERT_EQ(back.horizontal.elements.size(), 1u);
     EXPECT_EQ(back.horizontal.elements[0].turn, -1);
-    EXPECT_NEAR(back.horizontal.elements[0].expectedEnd->x, built[0].endY, 1e-9);
-    EXPECT_NEAR(back.horizontal.elements[0].expectedEnd->y, built[0].endX, 1e-9);
+    EXPECT_NEAR(back.horizontal.elements[0].expectedEnd->x, built.endY, 1e-9);
+    EXPECT_NEAR(back.horizontal.elements[0].expectedEnd->y, built.endX, 1e-9);
     EXPECT_NEAR(*back.horizontal.elements[0].startBearing, kPi / 2, 1e-12);  // east = azimuth 90
 }
 
