@@ -67,14 +67,14 @@ void attribute(pugi::xml_node node, const char* name, double value) {
 
 /// One element as Line, Curve (with its Center) or Spiral (with its PI, where the start and
 /// end tangents meet).
-void addElement(pugi::xml_node parent, const RoadCurve& e, const Geometry& g) {
+void addElement(pugi::xml_node parent, const RoadCurve& e, double station, const Geometry& g) {
     const bool line = e.curveType == static_cast<int>(ElementKind::Line);
     const bool arc = e.curveType == static_cast<int>(ElementKind::Arc) ||
                      e.curveType == static_cast<int>(ElementKind::DesignArc) ||
                      (!line && e.startRadius == e.endRadius);  // exact: the same stored radius
     pugi::xml_node node = parent.append_child(line ? "Line" : arc ? "Curve" : "Spiral");
     attribute(node, "length", e.length);
-    attribute(node, "staStart", e.startDK);
+    attribute(node, "staStart", station);
     if (arc) {
         node.append_attribute("rot").set_value(g.rot(e.turnDirection));
         attribute(node, "radius", e.startRadius);
@@ -128,6 +128,7 @@ std::pair<std::string, std::string> now() {
 }  // namespace
 
 std::string writeLandXml(const RouteDescription& d, const std::vector<RoadCurve>& elements,
+                         const std::vector<double>& stations,
                          const std::vector<double>& verticalCurveLengths) {
     const Geometry g(d.frame);
     pugi::xml_document document;
@@ -168,7 +169,9 @@ std::string writeLandXml(const RouteDescription& d, const std::vector<RoadCurve>
     attribute(alignment, "staStart", d.startStation);
 
     pugi::xml_node geometry = alignment.append_child("CoordGeom");
-    for (const RoadCurve& e : elements) addElement(geometry, e, g);
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        addElement(geometry, elements[i], stations[i], g);
+    }
 
     if (d.horizontal.points.size() >= 2) {
         // The library fits each middle point with a straight, then the entering clothoid
@@ -176,15 +179,15 @@ std::string writeLandXml(const RouteDescription& d, const std::vector<RoadCurve>
         // matched to the points in that order.
         pugi::xml_node list = alignment.append_child("AlignPIs");
         std::size_t next = 0;
-        const auto take = [&](ElementKind kind) -> const RoadCurve* {
+        const auto add = [&](pugi::xml_node item, const char* wrapper, ElementKind kind) {
             while (next < elements.size() &&
                    elements[next].curveType == static_cast<int>(ElementKind::Line)) {
                 ++next;
             }
             if (next < elements.size() && elements[next].curveType == static_cast<int>(kind)) {
-                return &elements[next++];
+                addElement(item.append_child(wrapper), elements[next], stations[next], g);
+                ++next;
             }
-            return nullptr;
         };
         for (std::size_t i = 0; i < d.horizontal.points.size(); ++i) {
             const auto& p = d.horizontal.points[i];
@@ -193,18 +196,9 @@ std::string writeLandXml(const RouteDescription& d, const std::vector<RoadCurve>
             if (!p.name.empty()) pi.append_attribute("name").set_value(p.name.c_str());
             pi.text().set(g.point(p.x, p.y).c_str());
             if (i == 0 || i + 1 == d.horizontal.points.size()) continue;
-            if (p.inTransitionLength > 0) {
-                if (const RoadCurve* e = take(ElementKind::InTransition)) {
-                    addElement(item.append_child("InSpiral"), *e, g);
-                }
-            }
-            if (const RoadCurve* e = take(ElementKind::Arc))
-                addElement(item.append_child("Curve1"), *e, g);
-            if (p.outTransitionLength > 0) {
-                if (const RoadCurve* e = take(ElementKind::OutTransition)) {
-                    addElement(item.append_child("OutSpiral"), *e, g);
-                }
-            }
+            if (p.inTransitionLength > 0) add(item, "InSpiral", ElementKind::InTransition);
+            add(item, "Curve1", ElementKind::Arc);
+            if (p.outTransitionLength > 0) add(item, "OutSpiral", ElementKind::OutTransition);
         }
     }
 
@@ -256,7 +250,12 @@ std::string writeLandXml(const Route& route) {
             lengths[curve.pointIndex] = given > 0 ? given : 2 * curve.tangentLength;
         }
     }
-    return rcc_io::writeLandXml(route.description(), route.elements(), lengths);
+    // Element stations follow the numbering through every equation.
+    std::vector<double> stations;
+    for (std::size_t i = 0; i < route.elements().size(); ++i) {
+        stations.push_back(route.stationAt(route.elementStart(i)).value);
+    }
+    return rcc_io::writeLandXml(route.description(), route.elements(), stations, lengths);
 }
 
 }  // namespace qv::route

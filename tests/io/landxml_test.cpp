@@ -389,4 +389,29 @@ TEST(LandXmlWriter, XYFrameIsWrittenNorthUp) {
     EXPECT_NEAR(*back.horizontal.elements[0].startBearing, kPi / 2, 1e-12);  // east = azimuth 90
 }
 
+TEST(LandXmlWriter, IntersectionPointsAreWrittenAsAlignPIsAndReadBack) {
+    // A right turn at (200, 0) of 36.9 degrees (towards (300, 75)), R 300 with 40 m clothoids.
+    qv::route::RouteDescription d;
+    d.frame = qv::route::Frame::NE;
+    d.startStation = 1000.0;
+    d.horizontal.points = {{"S", 0, 0}, {"P1", 200, 0, 300, 40, 40}, {"E", 300, 75}};
+    d.equations = {{1100.0, 1150.0, "EQ"}};
+    const Route route = Route::build(d);
+    const std::string written = qv::route::writeLandXml(route);
+    EXPECT_EQ(validationOf(written), "valid") << written;
+    const ReadResult back = readLandXml(written, "pi");
+    ASSERT_EQ(back.description.horizontal.points.size(), 3u);
+    EXPECT_EQ(back.description.horizontal.points[1].name, "P1");
+    EXPECT_EQ(back.description.horizontal.points[1].inTransitionLength, 40.0);
+    ASSERT_EQ(back.description.equations.size(), 1u);
+    EXPECT_EQ(back.description.equations[0].back, 1100.0);
+    const Route again = Route::build(back.description);
+    ASSERT_EQ(again.elements().size(), route.elements().size());
+    for (std::size_t i = 0; i < again.elements().size(); ++i) {
+        EXPECT_LE(std::hypot(again.elements()[i].endX - route.elements()[i].endX,
+                             again.elements()[i].endY - route.elements()[i].endY),
+                  1e-6);
+    }
+}
+
 }  // namespace
