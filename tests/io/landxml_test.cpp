@@ -244,7 +244,8 @@ TEST(LandXmlErrors, BadInputGivesOneLineNamingThePlace) {
         const char* expected;
     };
     const Case cases[] = {
-        {"<?xml version=\"1.0\"?>\n<LandXML>\n  <Alignments></Oops>", "f.xml:3:"},
+        {"<?xml version=\"1.0\"?>\n<LandXML>\n  <Alignments></Oops>",
+         "f.xml:3:17: Start-end tags mismatch"},
         {document("<CoordGeom><Line/><Spiral length=\"1\"/><Spiral/></CoordGeom>"),
          "f.xml: Alignment[name=A]/CoordGeom/Line/Start: missing"},
         {document("<CoordGeom><Spiral radiusStart=\"INF\"/></CoordGeom>"),
