@@ -111,10 +111,12 @@ std::string lower(std::string_view text) {
     return out;
 }
 
+/// XML white space.
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
 std::string_view trim(std::string_view text) {
-    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-    while (!text.empty() && blank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && blank(text.back())) text.remove_suffix(1);
+    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
     return text;
 }
 
@@ -132,13 +134,14 @@ std::optional<double> parseNumber(std::string_view text) {
     return value;
 }
 
+/// The blank-separated words of a text ("north east z").
 std::vector<std::string_view> words(std::string_view text) {
     std::vector<std::string_view> out;
     std::size_t i = 0;
     while (i < text.size()) {
-        while (i < text.size() && trim(text.substr(i, 1)).empty()) ++i;
+        while (i < text.size() && isBlank(text[i])) ++i;
         const std::size_t begin = i;
-        while (i < text.size() && !trim(text.substr(i, 1)).empty()) ++i;
+        while (i < text.size() && !isBlank(text[i])) ++i;
         if (i > begin) out.push_back(text.substr(begin, i - begin));
     }
     return out;
@@ -153,6 +156,8 @@ constexpr char16_t kWindows1252High[32] = {
     0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
 
+/// UTF-8 of a code point of the Basic Multilingual Plane (all that 8-bit encodings hold):
+/// one byte below 0x80, 110xxxxx 10xxxxxx below 0x800, 1110xxxx 10xxxxxx 10xxxxxx above.
 void appendUtf8(std::string& out, char32_t code) {
     if (code < 0x80) {
         out += static_cast<char>(code);
