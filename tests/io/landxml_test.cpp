@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string>
 
+#include "horizontal/horizontal.hpp"
 #include "test_tolerances.hpp"
 
 namespace {
@@ -20,13 +21,13 @@ using qv::route::ReadOptions;
 using qv::route::ReadResult;
 using qv::route::Route;
 
-constexpr double kPi = 3.141592653589793;
 /// Element ends must meet the file's End within a millimetre (metres).
 constexpr double kFileClosure = 1e-3;
 /// Lengths quoted to six decimals, summed over fifteen elements, against the file's own
 /// six-decimal stations (metres).
 constexpr double kSummedSixDecimals = 1e-5;
-/// Metres per US survey foot, 1200/3937 by definition.
+/// Metres per US survey foot, 1200/3937 by definition (written out here so that a wrong
+/// constant in the reader fails).
 constexpr double kSurveyFoot = 1200.0 / 3937.0;
 
 std::string fileText(const std::string& name) {
@@ -110,7 +111,7 @@ TEST(LandXmlPublishedFiles, ReadsKindsTurnsAndProfileCurves) {
     EXPECT_EQ(aplitop.horizontal.elements[3].turn, 1);
     EXPECT_EQ(aplitop.profile[1].length, 129.487);
     // The first line's dir 102.44211605 grads is its azimuth (north 4084594.132, east 335085.958).
-    EXPECT_NEAR(aplitop.horizontal.startBearing, 102.44211605 * kPi / 200, 1e-6);
+    EXPECT_NEAR(aplitop.horizontal.startBearing, 102.44211605 * rcc::kPi / 200, 1e-6);
     EXPECT_EQ(aplitop.horizontal.start.x, 4084594.132145);
 
     // M3: first arc R 250 cw; the CircCurve radius -2000 is read unsigned, with a warning.
@@ -387,7 +388,8 @@ TEST(LandXmlWriter, XYFrameIsWrittenNorthUp) {
     EXPECT_EQ(back.horizontal.elements[0].turn, -1);
     EXPECT_NEAR(back.horizontal.elements[0].expectedEnd->x, built.endY, 1e-9);
     EXPECT_NEAR(back.horizontal.elements[0].expectedEnd->y, built.endX, 1e-9);
-    EXPECT_NEAR(*back.horizontal.elements[0].startBearing, kPi / 2, 1e-12);  // east = azimuth 90
+    EXPECT_NEAR(*back.horizontal.elements[0].startBearing, rcc::kPi / 2,
+                1e-12);  // east = azimuth 90
 }
 
 TEST(LandXmlWriter, IntersectionPointsAreWrittenAsAlignPIsAndReadBack) {
