@@ -16,6 +16,9 @@ namespace {
 using namespace qv::route;
 
 constexpr double kPi = 3.141592653589793;
+/// An element's chainage as the library stored it against the station the layer computes
+/// there: six-decimal rounding of the sums that made each (length units).
+constexpr double kSameChainage = 1e-5;
 
 ElementDescription line(double length) {
     ElementDescription e;
@@ -25,13 +28,7 @@ ElementDescription line(double length) {
 
 ElementDescription curved(ElementKind kind, double length, double startRadius, double endRadius,
                           int turn) {
-    ElementDescription e;
-    e.kind = kind;
-    e.length = length;
-    e.startRadius = startRadius;
-    e.endRadius = endRadius;
-    e.turn = turn;
-    return e;
+    return ElementDescription{kind, length, startRadius, endRadius, turn, {}, {}, {}, ""};
 }
 
 RouteDescription elementRoute(double start, std::vector<StationEquation> equations,
@@ -51,13 +48,7 @@ RouteDescription straight(double start, std::vector<StationEquation> equations, 
 }
 
 IntersectionPoint ip(double x, double y, double radius = 0, double l1 = 0, double l2 = 0) {
-    IntersectionPoint p;
-    p.x = x;
-    p.y = y;
-    p.radius = radius;
-    p.inTransitionLength = l1;
-    p.outTransitionLength = l2;
-    return p;
+    return IntersectionPoint{"", x, y, radius, l1, l2};
 }
 
 // Start 1000, a left turn of 90 degrees at (100, 0) on R 50: T = R tan(45) = 50, arc 25 pi.
@@ -89,10 +80,13 @@ void expectSameBitsAsLibrary(const Route& route) {
     for (const EquationInfo& eq : route.equations()) {
         if (eq.isBreak) breaks.push_back(eq.length);
     }
-    // The library cannot tell which pass an element's unmarked start chainage means.
+    // The library cannot tell which pass an element's unmarked start chainage means, and
+    // numbers fitted curves by plain addition, past any break on them.
     const auto holdsBreak = [&breaks, &route](double from, double to) {
         const Station start = route.stationAt(from);
         if (start.occurrence != 1 || route.lengthAt({start.value, 2})) return true;
+        const std::size_t i = route.pointAtLength(from).element;
+        if (std::fabs(route.elements()[i].startDK - start.value) > kSameChainage) return true;
         for (double b : breaks) {
             if (b >= from && b <= to) return true;
         }
@@ -179,6 +173,15 @@ TEST(RouteStations, FollowTheNumberingThroughEveryKindOfEquation) {
          {{-320, 1, 180}, {-320, 2, 230}, {-400, 1, 100}, {-200, 1, 350}}},
         // A start in (0, 1) with a long chain 300 = 200: the chain still counts.
         {"start at 0.5", straight(0.5, {{300, 200, ""}}, 1200), 1100.5, {{250.5, 2, 350}}},
+        // Short chain 1080 = 1100 on the quarter turn's arc (1050 to 1050 + 25 pi).
+        {"short chain on a fitted arc",
+         [] {
+             RouteDescription d = quarterTurn();
+             d.equations = {{1080, 1100, ""}};
+             return d;
+         }(),
+         1198.5398163397448,  // 1000 + 100 + 25 pi + 20
+         {{1090, 1, std::nullopt}, {1080, 1, 80}, {1150, 1, 130}, {1150, 2, std::nullopt}}},
         // A label (back == ahead) is no break.
         {"label", straight(-90, {{500, 500, "km post"}}, 1000), 910, {{-80, 1, 10}, {500, 1, 590}}},
     };
@@ -241,6 +244,7 @@ TEST(RouteGeometry, BreaksOnAnArcAndATransitionChangeTheNumberingNotTheGeometry)
     // the arc: 120 + (210 - 130) = 200 at length 210.
     const Route broken = Route::build(elementRoute(0, {{130, 120, ""}, {200, 250, ""}}, elements));
     const Route plain = Route::build(elementRoute(0, {}, elements));
+    expectSameBitsAsLibrary(plain);
     EXPECT_NEAR(broken.endStation().value, 460, rcc_test::kExact);
     expectStations(broken, {{125, 1, 125},
                             {125, 2, 135},
@@ -312,6 +316,232 @@ TEST(RouteValues, CopiesAreDeepAndMovesKeepTheRoute) {
     EXPECT_EQ(p.y, q.y);
     EXPECT_EQ(copy.curves().size(), 2u);
     EXPECT_NE(&copy.elements(), &moved.elements());
+}
+
+}  // namespace
+
+namespace {
+
+// Stations and labels of a table, as "station(occurrence) label".
+std::vector<std::string> tableOf(const Route& route, const TableRequest& request) {
+    std::vector<std::string> rows;
+    route.forEachTableRow(request, [&rows](const TableRow& r) {
+        rows.push_back(formatStation(r.station, StationStyle::Plain, 0) +
+                       (r.label.empty() ? "" : " " + r.label));
+    });
+    EXPECT_EQ(route.countTableRows(request), rows.size());
+    return rows;
+}
+
+TableRequest every(double interval) {
+    TableRequest r;
+    r.interval = interval;
+    return r;
+}
+
+TEST(RouteTable, ListsRoundStationsOfEachNumberingWithTheKeyPoints) {
+    using Rows = std::vector<std::string>;
+    // 300 = 340 at interval 100: 300 is the equation's row, then 400, 500 (never 440, 540).
+    EXPECT_EQ(tableOf(Route::build(straight(0, {{300, 340, ""}}, 1000)), every(100)),
+              (Rows{"0 BEGIN", "100", "200", "300 EQ 300.000 = 340.000", "400", "500", "600", "700",
+                    "800", "900", "1000", "1040 END"}));
+    // From -90 at interval 20: -80, -60, ...
+    const Rows fromMinus90 = tableOf(Route::build(straight(-90, {}, 200)), every(20));
+    EXPECT_EQ(Rows(fromMinus90.begin(), fromMinus90.begin() + 3),
+              (Rows{"-90 BEGIN", "-80", "-60"}));
+    // 2390 = 2330: 2340..2380 listed again on the second pass, marked.
+    EXPECT_EQ(tableOf(Route::build(straight(2300, {{2390, 2330, ""}}, 200)), every(20)),
+              (Rows{"2300 BEGIN", "2320", "2340", "2360", "2380", "02330 EQ 2390.000 = 2330.000",
+                    "02340", "02360", "02380", "2400", "2420", "2440 END"}));
+    // A range and an asked-for station (333 does not exist; 450 lies 410 along).
+    TableRequest part = every(100);
+    part.from = Station{250, 1};
+    part.to = Station{520, 1};
+    part.at = {{450, 1}, {333, 1}};
+    EXPECT_EQ(tableOf(Route::build(straight(0, {{300, 340, ""}}, 1000)), part),
+              (Rows{"300 EQ 300.000 = 340.000", "400", "450", "500"}));
+}
+
+TEST(RouteKeyPoints, NameEveryCurvesMainPointsAfterItsIntersectionPoint) {
+    const Route route = Route::build(twoCurves());
+    std::vector<std::string> labels;
+    for (const KeyPoint& k : route.keyPoints(true, false)) labels.push_back(k.label);
+    EXPECT_EQ(labels, (std::vector<std::string>{"BEGIN", "EQ 100.000 = 150.000", "JD1 TS", "JD1 SC",
+                                                "JD1 MC", "JD1 CS", "JD1 ST", "JD2 PC", "JD2 MC",
+                                                "JD2 PT", "END"}));
+    labels.clear();
+    for (const KeyPoint& k : route.keyPoints(false, true)) labels.push_back(k.label);
+    EXPECT_EQ(labels, (std::vector<std::string>{"BEGIN", "EQ 100.000 = 150.000", "BP1 BVC",
+                                                "BP1 PVI", "BP1 HIGH", "BP1 EVC", "BP2 BVC",
+                                                "BP2 PVI", "BP2 LOW", "BP2 EVC", "END"}));
+    // The quarter turn: PC 1050, MC and PT a half and a whole arc of 25 pi further.
+    const Route quarter = Route::build(quarterTurn());
+    const std::vector<KeyPoint> keys = quarter.keyPoints();
+    ASSERT_EQ(keys.size(), 5u);
+    EXPECT_NEAR(keys[1].station.value, 1050, rcc_test::kExact);
+    EXPECT_NEAR(keys[2].station.value, 1050 + 12.5 * kPi, rcc_test::kExact);
+    EXPECT_NEAR(keys[3].station.value, 1050 + 25 * kPi, rcc_test::kExact);
+    EXPECT_STREQ(keyPointCode(KeyPointType::HighPoint), "HIGH");
+}
+
+TEST(RouteCurves, GroupElementsIntoCurvesByTheirArcs) {
+    const double inf = HUGE_VAL;
+    const auto in = [inf](double r, int turn) {
+        return curved(ElementKind::InTransition, 40, inf, r, turn);
+    };
+    const auto out = [inf](double r, int turn) {
+        return curved(ElementKind::OutTransition, 40, r, inf, turn);
+    };
+    const auto arc = [](double r, int turn) { return curved(ElementKind::Arc, 50, r, r, turn); };
+    const auto between = [](double r1, double r2) {
+        return curved(ElementKind::TransitionBetweenRadii, 30, r1, r2, 1);
+    };
+    using Spans = std::vector<std::pair<std::size_t, std::size_t>>;
+    const struct {
+        const char* note;
+        std::vector<ElementDescription> elements;
+        Spans curves;
+    } cases[] = {
+        {"spiral, arc, spiral",
+         {line(50), in(200, 1), arc(200, 1), out(200, 1), line(50)},
+         Spans{{1, 3}}},
+        {"reverse pair",
+         {in(200, 1), arc(200, 1), out(200, 1), in(300, -1), arc(300, -1), out(300, -1)},
+         Spans{{0, 2}, {3, 5}}},
+        // Rising curvature enters the sharper arc; falling leaves the sharper one.
+        {"compound, sharpening",
+         {in(400, 1), arc(400, 1), between(400, 200), arc(200, 1)},
+         Spans{{0, 1}, {2, 3}}},
+        {"compound, easing",
+         {in(200, 1), arc(200, 1), between(200, 400), arc(400, 1)},
+         Spans{{0, 2}, {3, 3}}},
+        {"spirals meeting", {line(50), in(200, 1), out(200, 1), line(50)}, Spans{{1, 2}}},
+        {"arc after arc", {arc(300, 1), arc(200, 1)}, Spans{{0, 0}, {1, 1}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.note);
+        const Route route = Route::build(elementRoute(0, {}, c.elements));
+        Spans got;
+        for (const CurveInfo& curve : route.curves())
+            got.emplace_back(curve.firstElement, curve.lastElement);
+        EXPECT_EQ(got, c.curves);
+        EXPECT_EQ(route.curves().front().name, "C1");
+        expectSameBitsAsLibrary(route);
+    }
+    // A reverse pair's two curves meet in one table row, 40 + 50 + 40 along.
+    const Route reverse = Route::build(elementRoute(0, {}, cases[1].elements));
+    const std::vector<std::string> rows = tableOf(reverse, every(0));
+    EXPECT_NE(std::find(rows.begin(), rows.end(), "130 C1 ST / C2 TS"), rows.end());
+}
+
+}  // namespace
+
+namespace {
+
+TEST(RouteBuild, RefusesWhatCannotBeBuiltNamingTheField) {
+    const auto points = [](std::vector<IntersectionPoint> p) {
+        RouteDescription d;
+        d.horizontal.points = std::move(p);
+        return d;
+    };
+    const auto withProfile = [](RouteDescription d, std::vector<GradePoint> profile) {
+        d.profile = std::move(profile);
+        return d;
+    };
+    const auto withStart = [](RouteDescription d, double start) {
+        d.startStation = start;
+        return d;
+    };
+    RouteDescription farBearing = straight(0, {}, 100);
+    farBearing.horizontal.startBearing = 1e300;
+    ElementDescription noTurn = curved(ElementKind::Arc, 10, 50, 50, 0);
+    const GradePoint g0{"", {0, 1}, 0, 0, 0}, g500{"", {500, 1}, 5, 0, 0};
+    const struct {
+        RouteDescription description;
+        const char* path;
+    } cases[] = {
+        {points({ip(0, 0)}), "horizontal.points"},
+        {points({ip(0, 0), ip(1e300, 0)}), "horizontal.points[1].x"},
+        {points({ip(0, 0), ip(100, 0, 0), ip(100, 100)}), "horizontal.points[1].radius"},
+        {points({ip(0, 0), ip(0, 0)}), "horizontal.points[1]"},
+        // Collinear: the library refuses to fit a curve.
+        {points({ip(0, 0), ip(100, 0, 50), ip(200, 0)}), "horizontal.points[1]"},
+        // T = 200 tan 45 = 200: the curve overruns the first leg of 100, or the last.
+        {points({ip(0, 0), ip(100, 0, 200), ip(100, 1000)}), "horizontal.points[1]"},
+        {points({ip(0, 0), ip(1000, 0, 200), ip(1000, 100)}), "horizontal.points[2]"},
+        {straight(0, {{500, 520, ""}, {300, 340, ""}}, 1000), "equations[1]"},
+        {straight(0, {{100, -50, ""}}, 1000), "equations[0]"},
+        {straight(0, {{300, 340, ""}, {320, 320, "in the gap"}}, 1000), "equations[1]"},
+        {withStart(straight(0, {}, 100), 1e10), "startStation"},
+        {elementRoute(0, {}, {}), "horizontal.elements"},
+        {elementRoute(0, {}, {line(0)}), "horizontal.elements[0].length"},
+        {elementRoute(0, {}, {line(1e12)}), "horizontal.elements[0].length"},
+        {elementRoute(0, {}, {curved(ElementKind::Arc, 10, -5, -5, 1)}),
+         "horizontal.elements[0].startRadius"},
+        {elementRoute(0, {}, {noTurn}), "horizontal.elements[0].turn"},
+        {farBearing, "horizontal.startBearing"},
+        {withProfile(straight(0, {}, 1000), {g0, g500}), "profile"},
+        {withProfile(straight(0, {}, 1000), {g0, g500, {"", {400, 1}, 0, 0, 0}}),
+         "profile[2].station"},
+        // 320 lies in the gap of 300 = 340.
+        {withProfile(straight(0, {{300, 340, ""}}, 1000), {g0, {"", {320, 1}, 3, 0, 0}, g500}),
+         "profile[1].station"},
+    };
+    for (const auto& c : cases) {
+        try {
+            Route::build(c.description);
+            ADD_FAILURE() << "built; expected a refusal at " << c.path;
+        } catch (const RouteError& e) {
+            EXPECT_EQ(e.path(), c.path) << e.what();
+            EXPECT_EQ(std::string(e.what()).rfind(std::string(c.path) + ": ", 0), 0u) << e.what();
+        }
+    }
+}
+
+TEST(RouteCheck, ReportsEachDesignFaultAtItsField) {
+    using Severity = Diagnostic::Severity;
+    const auto findings = [](const RouteDescription& d) {
+        std::vector<std::string> got;
+        const Route route = Route::build(d);
+        expectSameBitsAsLibrary(route);
+        for (const Diagnostic& f : route.check()) {
+            got.push_back((f.severity == Severity::Error ? "E " : "W ") + f.path);
+        }
+        return got;
+    };
+    using Found = std::vector<std::string>;
+    EXPECT_EQ(findings(quarterTurn()), Found{});
+    EXPECT_EQ(findings(twoCurves()), Found{});
+    // Two quarter turns on R 60: T = 60 tan 45 = 60 each, 120 on the middle leg of 100.
+    RouteDescription overlap;
+    overlap.horizontal.points = {ip(0, 0), ip(100, 0, 60), ip(100, 100, 60), ip(200, 100)};
+    // The second curve starts where the first ends, 20 past its own TS: the end is missed.
+    EXPECT_EQ(findings(overlap), (Found{"E horizontal.points[2]", "E horizontal.points[3]"}));
+    // Each transition of 200 on R 100 turns 1 rad; the deflection is 30 degrees.
+    RouteDescription spirals;
+    spirals.horizontal.points = {ip(0, 0), ip(1000, 0, 100, 200, 200),
+                                 ip(1000 + 1000 * std::cos(kPi / 6), 1000 * std::sin(kPi / 6))};
+    const Found turning = findings(spirals);
+    EXPECT_NE(std::find(turning.begin(), turning.end(), "E horizontal.points[1]"), turning.end());
+    // A gap of 0.01, a kink of 0.01 rad and an end 0.5 off the expected one.
+    ElementDescription second = line(100);
+    second.start = PlanePoint{100, 0.01};
+    second.startBearing = 0.01;
+    ElementDescription first = line(100);
+    first.expectedEnd = PlanePoint{100, 0.5};
+    EXPECT_EQ(findings(elementRoute(0, {}, {first, second})),
+              (Found{"W horizontal.elements[0].expectedEnd", "E horizontal.elements[1].start",
+                     "W horizontal.elements[1].startBearing"}));
+    // Grades +10 % and -10 % on R 10000: T = 1000 on grade lines of 100.
+    RouteDescription crest = straight(0, {}, 200);
+    crest.profile = {{"", {0, 1}, 0, 0, 0}, {"", {100, 1}, 10, 10000, 0}, {"", {200, 1}, 0, 0, 0}};
+    EXPECT_EQ(findings(crest), (Found{"E profile[1]", "E profile[1]"}));
+}
+
+TEST(RouteTable, CountsAnAbsurdRequestWithoutListingIt) {
+    // 1000 long at an interval of 1e-9: about 1e12 rows, counted, not streamed.
+    const Route route = Route::build(straight(0, {}, 1000));
+    EXPECT_NEAR(static_cast<double>(route.countTableRows(every(1e-9))), 1e12, 1e3);
 }
 
 }  // namespace

@@ -182,6 +182,18 @@ void buildIntersectionPoints(RouteData& d, std::vector<RoadCurve>& elements) {
     if (curve != d.curves.size()) {
         throw RouteError(base, "the fitted elements do not match the intersection points");
     }
+    // The library keeps the first and the closing straight whatever the sign of their length;
+    // a negative one (a tangent longer than its leg) would run the route backwards.
+    if (elements.front().length < 0) {
+        throw RouteError(indexed(base, 1),
+                         "the curve's tangent is longer than the leg from the "
+                         "start point (the curve overruns it)");
+    }
+    if (elements.back().length < 0) {
+        throw RouteError(indexed(base, points.size() - 1),
+                         "the last curve's tangent is longer than the leg to the end point (the "
+                         "curve overruns it)");
+    }
 }
 
 /// Where an element of the element form starts and which way it points: its own start
