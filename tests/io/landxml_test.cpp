@@ -334,6 +334,9 @@ TEST(LandXmlRoutes, PublishedFilesBuildWithTheirEndsStationsAndElevations) {
                     << i;
             }
         }
+        for (const auto& finding : route.check()) {  // closure 1 mm by default
+            EXPECT_EQ(finding.path.find("expectedEnd"), std::string::npos) << finding.message;
+        }
         // Every PVI keeps its published elevation: on a grade line the route passes through
         // it, under a vertical curve it is the curve's intersection point.
         for (const auto& curve : route.verticalCurves()) {
