@@ -34,9 +34,10 @@ constexpr double kSameStation = 1e-6;
 /// counts as a different convention, radians (about 0.06 grads): files quote directions to
 /// four decimals or more, and a short element's coordinates to the millimetre.
 constexpr double kDirectionTolerance = 1e-3;
-/// Shortest element kept, length units; shorter ones (exporters write zero-length
-/// straights between touching curves) have no direction to build from.
-constexpr double kShortestElement = 1e-9;
+/// Shortest element kept, length units: the resolution of the library's chainages (six
+/// decimals). Shorter ones (exporters write zero-length straights between touching curves)
+/// would be built with no length and have no direction to build from.
+constexpr double kShortestElement = 1e-6;
 /// Points at which a circular vertical curve is compared with its parabola.
 constexpr int kCircleSamples = 256;
 

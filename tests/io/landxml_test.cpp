@@ -239,6 +239,18 @@ TEST(LandXmlAlignments, PlainAlignPIsBecomeIntersectionPoints) {
     EXPECT_EQ(points[2].x, 100.0);
 }
 
+TEST(LandXmlAlignments, ElementsShorterThanTheChainageResolutionAreLeftOut) {
+    // A straight of 5e-7 m (below the six-decimal chainage) before a 10 m straight: the
+    // library would build it with no length, so it is left out with a warning.
+    const std::string body =
+        "<CoordGeom><Line length=\"5e-7\"><Start>0 0</Start><End>0 5e-7</End></Line>"
+        "<Line length=\"10\"><Start>0 0</Start><End>0 10</End></Line></CoordGeom>";
+    const ReadResult r = readLandXml(document(body), "short");
+    EXPECT_EQ(r.description.horizontal.elements.size(), 1u);
+    ASSERT_EQ(r.warnings.size(), 1u);
+    EXPECT_NE(r.warnings[0].message.find("Line[1] has no length"), std::string::npos);
+}
+
 TEST(LandXmlErrors, BadInputGivesOneLineNamingThePlace) {
     struct Case {
         std::string text;
