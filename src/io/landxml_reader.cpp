@@ -690,7 +690,7 @@ public:
         return true;
     }
 
-    void readEquations(const pugi::xml_node& alignment, RouteDescription& route) const {
+    void readEquations(const pugi::xml_node& alignment, RouteDescription& route) {
         struct Read {
             double internal;
             double ahead;
@@ -717,17 +717,25 @@ public:
         // is its ahead station plus the distance travelled since.
         double numberingAt = route.startStation;
         double internalAt = route.startStation;
-        for (const Read& equation : read) {
+        for (std::size_t i = 0; i < read.size(); ++i) {
+            const Read& equation = read[i];
             const double reached = numberingAt + (equation.internal - internalAt);
             double back = equation.back.value_or(reached);
-            // Kilometre posts of rail exports restate the internal station as ahead station.
-            if (!equation.back && std::fabs(equation.ahead - equation.internal) <= kSameStation) {
-                back = equation.ahead;
+            double ahead = equation.ahead;
+            if (equation.back && std::fabs(*equation.back - reached) > options_.closureTolerance) {
+                warn("equations[" + std::to_string(i) + "]",
+                     "staBack " + std::to_string(*equation.back) + " differs from the station " +
+                         std::to_string(reached) + " reached at staInternal; staBack is used");
             }
-            const bool label = std::fabs(back - equation.ahead) <= kSameStation;
-            route.equations.push_back({back, label ? back : equation.ahead, equation.name});
+            // Kilometre posts of rail exports restate the internal station as ahead station:
+            // a label at the station the numbering has there.
+            if (!equation.back && std::fabs(ahead - equation.internal) <= kSameStation) {
+                ahead = back;
+            }
+            const bool label = std::fabs(back - ahead) <= kSameStation;
+            route.equations.push_back({back, label ? back : ahead, equation.name});
             if (!label) {
-                numberingAt = equation.ahead;
+                numberingAt = ahead;
                 internalAt = equation.internal;
             }
         }

@@ -184,20 +184,27 @@ TEST(LandXmlDirections, AConventionBrokenByOneElementIsWarnedOnce) {
 
 TEST(LandXmlStations, EquationsBecomeBreaksOrLabels) {
     // staStart 100: internal 103 is numbered 103; ahead 110 is a short chain 103 -> 110.
-    // Internal 105 is then 112 (no staBack); ahead 108 is a long chain 112 -> 108. The last
-    // restates its internal station as ahead (a kilometre post): a label.
+    // Internal 105 is then 112 (no staBack); ahead 108 is a long chain 112 -> 108. Internal
+    // 107 restates itself as ahead (a kilometre post): a label where the numbering has 110.
+    // The last gives staBack 120 where the numbering has 111: kept, with a warning.
     const std::string body = kLine +
                              "<StaEquation staInternal=\"103\" staAhead=\"110\"/>"
                              "<StaEquation staInternal=\"105\" staAhead=\"108\" desc=\"L\"/>"
-                             "<StaEquation staInternal=\"107\" staAhead=\"107\"/>";
-    const auto equations = readLandXml(document(body), "e").description.equations;
-    ASSERT_EQ(equations.size(), 3u);
+                             "<StaEquation staInternal=\"107\" staAhead=\"107\" desc=\"km\"/>"
+                             "<StaEquation staInternal=\"108\" staBack=\"120\" staAhead=\"130\"/>";
+    const ReadResult r = readLandXml(document(body), "e");
+    const auto& equations = r.description.equations;
+    ASSERT_EQ(equations.size(), 4u);
     EXPECT_DOUBLE_EQ(equations[0].back, 103.0);
     EXPECT_DOUBLE_EQ(equations[0].ahead, 110.0);
     EXPECT_DOUBLE_EQ(equations[1].back, 112.0);
     EXPECT_DOUBLE_EQ(equations[1].ahead, 108.0);
     EXPECT_EQ(equations[1].name, "L");
+    EXPECT_DOUBLE_EQ(equations[2].back, 110.0);
     EXPECT_EQ(equations[2].back, equations[2].ahead);
+    EXPECT_DOUBLE_EQ(equations[3].back, 120.0);
+    ASSERT_EQ(r.warnings.size(), 1u);
+    EXPECT_EQ(r.warnings[0].path, "equations[3]");
 }
 
 TEST(LandXmlProfile, VerticalCurvesKeepLengthOrRadius) {
