@@ -182,6 +182,23 @@ TEST(LandXmlDirections, AConventionBrokenByOneElementIsWarnedOnce) {
     EXPECT_EQ(r.warnings[0].path, "horizontal.elements[2]");
 }
 
+TEST(LandXmlDirections, AnElementMissingItsEndIsWarnedWithStationAndDistance) {
+    // The arc of R 10 cw from north (centre due east) over a quarter circle, 5 pi long, ends
+    // at (10, 10); the file puts its End 0.5 further east. The straight after it closes.
+    const std::string body =
+        "<CoordGeom><Curve rot=\"cw\" radius=\"10\" length=\"15.707963267948966\">"
+        "<Start>0 0</Start><Center>0 10</Center><End>10 10.5</End></Curve>"
+        "<Line><Start>10 10</Start><End>10 20</End></Line></CoordGeom>";
+    const ReadResult r = readLandXml(document(body), "c");
+    ASSERT_EQ(r.warnings.size(), 1u);
+    EXPECT_EQ(r.warnings[0].path, "horizontal.elements[0]");
+    EXPECT_NE(r.warnings[0].message.find("Curve at station 100.000000 ends 0.5 from"),
+              std::string::npos)
+        << r.warnings[0].message;
+    EXPECT_EQ(r.description.horizontal.elements[0].turn, 1);
+    EXPECT_NEAR(r.description.horizontal.elements[0].startBearing.value(), 0.0, rcc_test::kAngle);
+}
+
 TEST(LandXmlStations, EquationsBecomeBreaksOrLabels) {
     // staStart 100: internal 103 is numbered 103; ahead 110 is a short chain 103 -> 110.
     // Internal 105 is then 112 (no staBack); ahead 108 is a long chain 112 -> 108. Internal
