@@ -249,6 +249,18 @@ void runDraw(const DrawArgs& a) {
     rcctool::drawRoute(route, a.common.route, a.common.output, a.options, formatOf(a.common));
 }
 
+void addExport(CLI::App& app, Common& c) {
+    CLI::App* cmd = app.add_subcommand("export", "the route as LandXML 1.2");
+    addCommon(cmd, c, false);
+    cmd->add_option("-o,--output", c.output, "LandXML file to write (- for standard output)")
+        ->required();
+}
+
+void runExport(const Common& c) {
+    const std::string xml = qv::route::writeLandXml(load(c));
+    rcctool::writeOutput(c.output, [&xml](std::ostream& out, bool) { out << xml; });
+}
+
 // One line on standard error: control characters (from file names or arguments) escaped.
 int fail(int status, const std::string& message) {
     static const char* const kHex = "0123456789abcdef";
@@ -276,18 +288,20 @@ int main(int argc, char** argv) {
     Common curves;
     LocateArgs locate;
     DrawArgs draw;
+    Common exportArgs;
     addStakeout(app, stakeout);
     addCurves(app, curves);
     addLocate(app, locate);
     addDraw(app, draw);
+    addExport(app, exportArgs);
 
-    const auto known = {"stakeout", "curves", "locate", "draw"};
+    const auto known = {"stakeout", "curves", "locate", "draw", "export"};
     if (argc > 1 && argv[1][0] != '-' &&
         std::none_of(known.begin(), known.end(),
                      [&argv](const char* name) { return std::strcmp(argv[1], name) == 0; })) {
         return fail(kBadInput,
                     std::string("unknown subcommand \"") + argv[1] +
-                        "\" (expected stakeout, curves, locate or draw; see rcc --help)");
+                        "\" (expected stakeout, curves, locate, draw or export; see rcc --help)");
     }
     try {
         app.parse(argc, argv);
@@ -305,6 +319,7 @@ int main(int argc, char** argv) {
         if (command == "curves") runCurves(curves);
         if (command == "locate") runLocate(locate);
         if (command == "draw") runDraw(draw);
+        if (command == "export") runExport(exportArgs);
     } catch (const rcctool::InputError& e) {
         return fail(kBadInput, e.what());
     } catch (const rcctool::OutputError& e) {

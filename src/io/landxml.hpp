@@ -1,5 +1,5 @@
 // What the LandXML reader and writer share: the length units LandXML names and how they
-// relate to the route's length unit, the metre, and the writer's core.
+// relate to each other, and the writer's core.
 #pragma once
 
 #include <qv_roadCurveCalculation_alg.h>
@@ -14,6 +14,18 @@ namespace rcc_io {
 constexpr double kMetresPerFoot = 0.3048;
 /// Metres per US survey foot: 1200/3937 exactly, 2 ppm longer than the international foot.
 constexpr double kMetresPerSurveyFoot = 1200.0 / 3937.0;
+
+/// Metres per route length unit.
+inline double metresPer(qv::route::LengthUnit unit) {
+    switch (unit) {
+        case qv::route::LengthUnit::Foot:
+            return kMetresPerFoot;
+        case qv::route::LengthUnit::USSurveyFoot:
+            return kMetresPerSurveyFoot;
+        default:
+            return 1.0;
+    }
+}
 
 /// LandXML 1.2 of a route from its description, the elements built from it with the
 /// station of each one's start, and the length of the vertical curve at each grade point

@@ -243,8 +243,8 @@ std::pair<std::size_t, std::size_t> lineAndColumn(std::string_view text, std::pt
 enum class AngleUnit { Radians, Grads, Degrees, DegreesMinutesSeconds };
 
 struct Units {
-    double length = 1.0;     ///< metres per file length unit
-    double elevation = 1.0;  ///< metres per file elevation unit
+    double length = 1.0;     ///< route length units per file length unit
+    double elevation = 1.0;  ///< route length units per file elevation unit
     AngleUnit direction = AngleUnit::Radians;
 };
 
@@ -394,20 +394,37 @@ public:
         const bool imperial = !system;
         if (imperial) system = childNamed(units, "Imperial");
         if (!system) return;
-        const auto lengthFactor = [&](std::string_view name, double fallback) {
+        // Metres per unit of a length attribute, and the unit the route keeps.
+        const auto unitOf = [&](std::string_view name, double fallback,
+                                LengthUnit& kept) -> double {
             const pugi::xml_attribute attribute = attributeNamed(system, name);
             if (!attribute) return fallback;
             const std::string unit = lower(trim(attribute.value()));
+            kept = LengthUnit::Metre;
             if (unit == "meter" || unit == "metre") return 1.0;
-            if (unit == "foot" || unit == "feet") return rcc_io::kMetresPerFoot;
-            if (unit == "ussurveyfoot") return rcc_io::kMetresPerSurveyFoot;
             if (unit == "kilometer") return 1e3;
             if (unit == "millimeter") return 1e-3;
+            if (unit == "foot" || unit == "feet") {
+                kept = LengthUnit::Foot;
+                return rcc_io::kMetresPerFoot;
+            }
+            if (unit == "ussurveyfoot") {
+                kept = LengthUnit::USSurveyFoot;
+                return rcc_io::kMetresPerSurveyFoot;
+            }
             fail(path(system) + "@" + std::string(name),
                  "length unit " + quoted(attribute.value()) + " is not read");
         };
-        units_.length = lengthFactor("linearUnit", imperial ? rcc_io::kMetresPerFoot : 1.0);
-        units_.elevation = lengthFactor("elevationUnit", units_.length);
+        // The route keeps the file's foot, so that its stations read as the file writes
+        // them; kilometres and millimetres become metres. Elevations in another unit than
+        // lengths (a metric profile on a feet plan) are converted to the lengths' unit.
+        lengthUnit_ = imperial ? LengthUnit::Foot : LengthUnit::Metre;
+        const double fileMetres =
+            unitOf("linearUnit", imperial ? rcc_io::kMetresPerFoot : 1.0, lengthUnit_);
+        const double routeMetres = rcc_io::metresPer(lengthUnit_);
+        units_.length = fileMetres / routeMetres;
+        LengthUnit elevationUnit = lengthUnit_;
+        units_.elevation = unitOf("elevationUnit", fileMetres, elevationUnit) / routeMetres;
         if (const pugi::xml_attribute attribute = attributeNamed(system, "directionUnit")) {
             // Repeated blanks occur in the wild ("decimal  dd.mm.ss").
             std::string unit;
@@ -829,6 +846,7 @@ public:
         readUnits(root);
         RouteDescription route;
         route.frame = Frame::NE;
+        route.lengthUnit = lengthUnit_;
         route.name = attributeNamed(alignment, "name").value();
         if (const std::optional<double> start = optionalNumber(alignment, "staStart")) {
             route.startStation = *start * units_.length;
@@ -850,6 +868,7 @@ private:
     std::string source_;
     ReadOptions options_;
     Units units_;
+    LengthUnit lengthUnit_ = LengthUnit::Metre;
     unsigned conventions_ = kAllConventions;
     bool directionWarned_ = false;
     std::vector<Diagnostic> warnings_;

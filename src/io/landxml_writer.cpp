@@ -20,6 +20,7 @@ namespace rcc_io {
 
 using qv::route::ElementKind;
 using qv::route::Frame;
+using qv::route::LengthUnit;
 using qv::route::RouteDescription;
 
 namespace {
@@ -142,14 +143,23 @@ std::string writeLandXml(const RouteDescription& d, const std::vector<RoadCurve>
     root.append_attribute("date").set_value(date.c_str());
     root.append_attribute("time").set_value(time.c_str());
 
-    pugi::xml_node metric = root.append_child("Units").append_child("Metric");
-    metric.append_attribute("areaUnit").set_value("squareMeter");
-    metric.append_attribute("linearUnit").set_value("meter");
-    metric.append_attribute("volumeUnit").set_value("cubicMeter");
-    metric.append_attribute("temperatureUnit").set_value("celsius");
-    metric.append_attribute("pressureUnit").set_value("milliBars");
-    metric.append_attribute("angularUnit").set_value("radians");
-    metric.append_attribute("directionUnit").set_value("radians");
+    // The route's own length unit; the other quantities are required by the schema and
+    // carry nothing of the route.
+    const bool metric = d.lengthUnit == LengthUnit::Metre;
+    pugi::xml_node units = root.append_child("Units").append_child(metric ? "Metric" : "Imperial");
+    units.append_attribute("areaUnit").set_value(metric ? "squareMeter" : "squareFoot");
+    units.append_attribute("linearUnit")
+        .set_value(metric                             ? "meter"
+                   : d.lengthUnit == LengthUnit::Foot ? "foot"
+                                                      : "USSurveyFoot");
+    units.append_attribute("volumeUnit").set_value(metric ? "cubicMeter" : "cubicYard");
+    units.append_attribute("temperatureUnit").set_value(metric ? "celsius" : "fahrenheit");
+    units.append_attribute("pressureUnit").set_value(metric ? "milliBars" : "inHG");
+    units.append_attribute("angularUnit").set_value("radians");
+    units.append_attribute("directionUnit").set_value("radians");
+    // Elevations in international feet are declared; for survey feet the attribute is left
+    // out, and readers take elevations in the linear unit, as real survey-foot exports do.
+    if (d.lengthUnit == LengthUnit::Foot) units.append_attribute("elevationUnit").set_value("feet");
     if (!d.coordinateSystem.empty()) {
         pugi::xml_node system = root.append_child("CoordinateSystem");
         const std::string epsg = "EPSG:";

@@ -15,6 +15,7 @@
 namespace {
 
 using qv::route::ElementKind;
+using qv::route::LengthUnit;
 using qv::route::ReadError;
 using qv::route::readLandXml;
 using qv::route::ReadOptions;
@@ -26,9 +27,6 @@ constexpr double kFileClosure = 1e-3;
 /// Lengths quoted to six decimals, summed over fifteen elements, against the file's own
 /// six-decimal stations (metres).
 constexpr double kSummedSixDecimals = 1e-5;
-/// Metres per US survey foot, 1200/3937 by definition (written out here so that a wrong
-/// constant in the reader fails).
-constexpr double kSurveyFoot = 1200.0 / 3937.0;
 
 std::string fileText(const std::string& name) {
     std::ifstream in(std::string(QV_TEST_DATA) + "/landxml/" + name, std::ios::binary);
@@ -60,7 +58,7 @@ std::string errorOf(const std::string& text, const ReadOptions& options = {}) {
 struct PublishedFile {
     const char* name;
     std::size_t elements;
-    double lengthUnit;      ///< metres per file unit
+    LengthUnit unit;        ///< the file's linear unit, kept by the route
     double startStation;    ///< Alignment@staStart, file units
     double lastPviStation;  ///< the last PVI, file units
     double lastPviElevation;
@@ -68,13 +66,13 @@ struct PublishedFile {
 
 // Values copied from the published files (their Alignment and last PVI).
 const PublishedFile kPublished[] = {
-    {"UT-Alignment-Aplitop-1.xml", 15, 1.0, 0.0, 507.067, 350.700},
-    {"PR_Twin_Branch_section_alignment.xml", 3, kSurveyFoot, 2103.7205600000002, 4940.0000000000018,
-     713.75733171875027},
-    {"M3_RS-CL.tg.xml", 15, 1.0, 0.0, 1266.246171, 19.377000},
+    {"UT-Alignment-Aplitop-1.xml", 15, LengthUnit::Metre, 0.0, 507.067, 350.700},
+    {"PR_Twin_Branch_section_alignment.xml", 3, LengthUnit::USSurveyFoot, 2103.7205600000002,
+     4940.0000000000018, 713.75733171875027},
+    {"M3_RS-CL.tg.xml", 15, LengthUnit::Metre, 0.0, 1266.246171, 19.377000},
 };
 
-TEST(LandXmlPublishedFiles, ReadWithoutClosureWarningsInMetres) {
+TEST(LandXmlPublishedFiles, ReadWithoutClosureWarningsInTheirOwnUnit) {
     for (const PublishedFile& file : kPublished) {
         SCOPED_TRACE(file.name);
         ReadResult result = readLandXml(fileText(file.name), file.name);
@@ -84,11 +82,10 @@ TEST(LandXmlPublishedFiles, ReadWithoutClosureWarningsInMetres) {
         }
         ASSERT_EQ(d.horizontal.elements.size(), file.elements);
         EXPECT_EQ(d.frame, qv::route::Frame::NE);
-        EXPECT_NEAR(d.startStation, file.startStation * file.lengthUnit, rcc_test::kExact);
-        EXPECT_NEAR(d.profile.back().station.value, file.lastPviStation * file.lengthUnit,
-                    rcc_test::kExact);
-        EXPECT_NEAR(d.profile.back().elevation, file.lastPviElevation * file.lengthUnit,
-                    rcc_test::kExact);
+        EXPECT_EQ(d.lengthUnit, file.unit);
+        EXPECT_EQ(d.startStation, file.startStation);
+        EXPECT_EQ(d.profile.back().station.value, file.lastPviStation);
+        EXPECT_EQ(d.profile.back().elevation, file.lastPviElevation);
     }
 }
 
@@ -120,27 +117,32 @@ TEST(LandXmlPublishedFiles, ReadsKindsTurnsAndProfileCurves) {
 TEST(LandXmlUnits, LengthAndDirectionUnitsConvert) {
     struct Case {
         const char* units;
-        double metres;  ///< of the file's length 10
+        double length;  ///< in the route's unit, of the file's length 10
+        LengthUnit unit;
         const char* dir;
     };
-    // The line runs due east, azimuth pi/2: 100 grads, 90 degrees, "90.0000" dd.mmss; a
-    // length of 10 file units is 3.048 m in feet, 10 * 1200/3937 in survey feet.
+    // The line runs due east, azimuth pi/2: 100 grads, 90 degrees, "90.0000" dd.mmss. Feet
+    // and survey feet are kept, so their 10 stays 10; kilometres become metres.
     const Case cases[] = {
-        {"", 10.0, "1.5707963"},
-        {"<Units><Metric linearUnit=\"meter\" directionUnit=\"grads\"/></Units>", 10.0, "100"},
-        {"<Units><Imperial linearUnit=\"foot\" directionUnit=\"decimal degrees\"/></Units>", 3.048,
-         "90."},
+        {"", 10.0, LengthUnit::Metre, "1.5707963"},
+        {"<Units><Metric linearUnit=\"meter\" directionUnit=\"grads\"/></Units>", 10.0,
+         LengthUnit::Metre, "100"},
+        {"<Units><Metric linearUnit=\"kilometer\" directionUnit=\"grads\"/></Units>", 1e4,
+         LengthUnit::Metre, "100"},
+        {"<Units><Imperial linearUnit=\"foot\" directionUnit=\"decimal degrees\"/></Units>", 10.0,
+         LengthUnit::Foot, "90."},
         {"<Units><Imperial linearUnit=\"USSurveyFoot\" directionUnit=\"decimal  dd.mm.ss\"/>"
          "</Units>",
-         10 * kSurveyFoot, "89.5960"},
+         10.0, LengthUnit::USSurveyFoot, "89.5960"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.units);
         const std::string body = std::string("<CoordGeom><Line length=\"10\" dir=\"") + c.dir +
                                  "\"><Start>0 0</Start><End>0 10</End></Line></CoordGeom>";
         const ReadResult r = readLandXml(document(body, c.units), "u");
-        EXPECT_NEAR(r.description.horizontal.elements[0].length, c.metres, rcc_test::kExact);
-        EXPECT_NEAR(r.description.startStation, 10 * c.metres, rcc_test::kExact);
+        EXPECT_NEAR(r.description.horizontal.elements[0].length, c.length, rcc_test::kExact);
+        EXPECT_NEAR(r.description.startStation, 10 * c.length, rcc_test::kExact);
+        EXPECT_EQ(r.description.lengthUnit, c.unit);
         EXPECT_TRUE(r.warnings.empty()) << r.warnings.front().message;
     }
 }
@@ -355,8 +357,8 @@ TEST(LandXmlRoutes, PublishedFilesBuildWithTheirEndsStationsAndElevations) {
                       kFileClosure)
                 << i;
             if (i < stations.size()) {
-                EXPECT_NEAR(route.stationAt(route.elementStart(i)).value,
-                            stations[i] * file.lengthUnit, kSummedSixDecimals)
+                EXPECT_NEAR(route.stationAt(route.elementStart(i)).value, stations[i],
+                            kSummedSixDecimals)
                     << i;
             }
         }
