@@ -1,0 +1,83 @@
+// The drawing's layout: no label covers another, in plan and profile, however dense the
+// station ticks; every colour of the plan is named in its legend; CJK names are drawn.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "draw.hpp"
+
+namespace {
+
+using rcctool::DrawingLayout;
+using rcctool::PlacedLabel;
+
+DrawingLayout layOut(const std::string& file, double tick = 0.0) {
+    rcctool::DrawOptions options;
+    options.tick = tick;
+    return rcctool::layOutDrawing(rcctool::loadRoute(file, {}), options, {});
+}
+
+bool overlap(const PlacedLabel& a, const PlacedLabel& b) {
+    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+}
+
+void expectNoOverlap(const DrawingLayout& layout) {
+    for (std::size_t i = 0; i < layout.labels.size(); ++i) {
+        const PlacedLabel& a = layout.labels[i];
+        EXPECT_GT(a.right, a.left) << a.text;
+        for (std::size_t j = i + 1; j < layout.labels.size(); ++j) {
+            EXPECT_FALSE(overlap(a, layout.labels[j]))
+                << "\"" << a.text << "\" covers \"" << layout.labels[j].text << "\"";
+        }
+    }
+}
+
+bool hasLabel(const DrawingLayout& layout, const std::string& text) {
+    return std::any_of(layout.labels.begin(), layout.labels.end(),
+                       [&](const PlacedLabel& l) { return l.text == text; });
+}
+
+TEST(DrawLayout, LabelsOfTheExampleAndThePublishedRouteNeverOverlap) {
+    for (const std::string& file :
+         {std::string(RCC_EXAMPLE), std::string(RCC_TEST_DATA) + "/published_five_curves.json"}) {
+        SCOPED_TRACE(file);
+        const DrawingLayout layout = layOut(file);
+        expectNoOverlap(layout);
+        EXPECT_EQ(layout.unlegendedColours, 0u);
+        // The intersection points are labelled first, so none is ever left out.
+        for (const char* name : {"JD1", "JD2", "JD3", "JD4"}) EXPECT_TRUE(hasLabel(layout, name));
+    }
+    // The published route runs north-west in the NE frame: its grid is labelled N and E.
+    const DrawingLayout ne = layOut(std::string(RCC_TEST_DATA) + "/published_five_curves.json");
+    EXPECT_TRUE(hasLabel(ne, "N"));
+    EXPECT_TRUE(hasLabel(ne, "E"));
+    EXPECT_TRUE(hasLabel(ne, "500 m"));
+}
+
+TEST(DrawLayout, DenseTicksLeaveLabelsOutRatherThanOverlapThem) {
+    // 10 m ticks on 4.6 km: far more station labels than plan or profile can hold.
+    const DrawingLayout layout = layOut(RCC_EXAMPLE, 10.0);
+    expectNoOverlap(layout);
+    EXPECT_GT(layout.omitted, 0u);
+    EXPECT_TRUE(hasLabel(layout, "300.000 = 340.000 short chain"));
+    EXPECT_TRUE(hasLabel(layout, "2390.000 = 2330.000 long chain"));
+}
+
+TEST(DrawLayout, TransitionBetweenRadiiIsInTheLegend) {
+    const DrawingLayout layout = layOut(std::string(RCC_TEST_DATA) + "/between_radii.json");
+    EXPECT_EQ(layout.unlegendedColours, 0u);
+    EXPECT_TRUE(hasLabel(layout, "transition between radii"));
+    expectNoOverlap(layout);
+}
+
+TEST(DrawLayout, CJKNamesAreDrawnAsGivenAndTheXYFrameIsLabelledXY) {
+    const DrawingLayout cjk = layOut(std::string(RCC_TEST_DATA) + "/cjk_names.json");
+    for (const char* name : {"交点一", "交点二", "变坡点一"}) EXPECT_TRUE(hasLabel(cjk, name));
+    expectNoOverlap(cjk);
+    const DrawingLayout xy = layOut(std::string(RCC_TEST_DATA) + "/small_route.json");
+    EXPECT_TRUE(hasLabel(xy, "x"));
+    EXPECT_TRUE(hasLabel(xy, "y"));
+}
+
+}  // namespace
