@@ -24,6 +24,10 @@ constexpr double kPanelGap = 50.0;
 constexpr double kProfileShare = 0.32;  // profile panel height over image width
 constexpr double kPlanMinShare = 0.30;  // plan panel height limits over image width
 constexpr double kPlanMaxShare = 0.85;
+// Least panel heights in pixels, so that a narrow page still has room for the legend's
+// wrapped rows and a plot below them.
+constexpr double kMinPlanHeight = 300.0;
+constexpr double kMinProfileHeight = 260.0;
 constexpr double kLegendHeight = 44.0;  // two rows of legend above the plan's frame
 constexpr double kLegendRow = 20.0;
 constexpr double kGridLabelRoom = 24.0;  // below the plan's frame, for the easting labels
@@ -408,9 +412,10 @@ struct LegendEntry {
     Swatch swatch;
 };
 
-// One row of legend entries from (x, baseline), wrapping below at `right`.
-void drawLegend(Canvas& c, const std::vector<LegendEntry>& entries, double x, double baseline,
-                double right, bool plan) {
+// Legend entries in a row from (x, baseline), wrapping below at `right`; returns the last
+// row's baseline. Without `draw` it only measures.
+double drawLegend(Canvas& c, const std::vector<LegendEntry>& entries, double x, double baseline,
+                  double right, bool plan, bool draw = true) {
     constexpr double kSwatch = 20.0, kSwatchGap = 6.0, kEntryGap = 18.0;
     double at = x;
     for (const LegendEntry& e : entries) {
@@ -418,6 +423,11 @@ void drawLegend(Canvas& c, const std::vector<LegendEntry>& entries, double x, do
         if (at > x && at + kSwatch + kSwatchGap + t.width > right) {
             at = x;
             baseline += kLegendRow;
+        }
+        const double textLeft = at + kSwatch + kSwatchGap;
+        if (!draw) {
+            at = textLeft + t.width + kEntryGap;
+            continue;
         }
         const double mid = baseline - t.ascent / 3;  // half way up a lower-case letter
         setColour(c.cr, e.colour);
@@ -438,13 +448,13 @@ void drawLegend(Canvas& c, const std::vector<LegendEntry>& entries, double x, do
             cairo_stroke(c.cr);
         }
         if (plan) c.legendColours.push_back(e.colour);
-        const double textLeft = at + kSwatch + kSwatchGap;
         putLabel(c, e.name, kFontSize, kText,
                  {textLeft, baseline - t.ascent, textLeft + t.width, baseline + t.descent},
                  t.ascent);
         c.taken.add({at, baseline - t.ascent, textLeft, baseline + t.descent});
         at = textLeft + t.width + kEntryGap;
     }
+    return baseline;
 }
 
 // The frame the plan is drawn in and the map from plan coordinates into it.
@@ -452,9 +462,10 @@ struct PlanGeometry {
     Box frame;
     Frame map;
 };
-PlanGeometry planGeometry(const Extent& e, double top, double width, double height) {
+PlanGeometry planGeometry(const Extent& e, double top, double frameTop, double width,
+                          double height) {
     PlanGeometry g;
-    g.frame = {kMargin, top + kLegendHeight, width - kMargin / 2, top + height - kGridLabelRoom};
+    g.frame = {kMargin, frameTop, width - kMargin / 2, top + height - kGridLabelRoom};
     const double frameW = g.frame.right - g.frame.left, frameH = g.frame.bottom - g.frame.top;
     const double spanE = std::max(e.maxE - e.minE, 1.0);
     const double spanN = std::max(e.maxN - e.minN, 1.0);
@@ -614,16 +625,7 @@ struct PendingLabel {
 void drawPlan(Canvas& c, const Route& route, const std::vector<Sample>& samples, double top,
               double width, double height, double tick, const FormatOptions& format) {
     cairo_t* cr = c.cr;
-    const PlanGeometry g = planGeometry(planExtent(route, samples), top, width, height);
-    const Frame& f = g.map;
-    const Box page{0, top, width, top + height};
     const auto& points = route.description().horizontal.points;
-    std::vector<std::pair<double, double>> corners;  // the intersection points on the page
-    for (const qv::route::IntersectionPoint& p : points) {
-        const PlanPosition q = onPlan(route, p.x, p.y);
-        corners.emplace_back(f.px(q.east), f.py(q.north));
-    }
-    const std::vector<qv::route::KeyPoint> keys = route.keyPoints(true, false);
     bool hasBreak = false;
     for (const qv::route::EquationInfo& e : route.equations()) hasBreak = hasBreak || e.isBreak;
 
@@ -641,7 +643,21 @@ void drawPlan(Canvas& c, const Route& route, const std::vector<Sample>& samples,
     if (points.size() > 2) legend.push_back({"intersection point", kPoint, Swatch::Dot});
     legend.push_back({"main point", kKeyPoint, Swatch::Ring});
     if (hasBreak) legend.push_back({"station equation", kBreak, Swatch::Dot});
+    // The frame starts below the legend, however many rows a narrow page gives it.
+    const double legendEnd = drawLegend(c, legend, kMargin, top + kFontSize, width - kMargin / 2,
+                                        /*plan=*/true, /*draw=*/false);
+    const PlanGeometry g =
+        planGeometry(planExtent(route, samples), top,
+                     std::max(top + kLegendHeight, legendEnd + kLegendRow), width, height);
+    const Frame& f = g.map;
+    const Box page{0, top, width, top + height};
     drawLegend(c, legend, g.frame.left, top + kFontSize, g.frame.right, /*plan=*/true);
+    std::vector<std::pair<double, double>> corners;  // the intersection points on the page
+    for (const qv::route::IntersectionPoint& p : points) {
+        const PlanPosition q = onPlan(route, p.x, p.y);
+        corners.emplace_back(f.px(q.east), f.py(q.north));
+    }
+    const std::vector<qv::route::KeyPoint> keys = route.keyPoints(true, false);
     drawGrid(c, route, g, page);
 
     // Tangent polygon, dashed.
@@ -758,7 +774,6 @@ void drawProfile(Canvas& c, const Route& route, const std::vector<Sample>& sampl
     cairo_t* cr = c.cr;
     const double left = kMargin, right = width - kMargin / 2;
     const double bottom = top + height - kMargin / 2;
-    const double plotTop = top + kFontSize * 3;
     const Box page{0, top, width, top + height};
     const double hScale = (right - left) / std::max(route.length(), 1.0);
     double minZ = std::numeric_limits<double>::infinity(), maxZ = -minZ;
@@ -777,25 +792,35 @@ void drawProfile(Canvas& c, const Route& route, const std::vector<Sample>& sampl
     auto heading = [&](const std::string& s) {
         const TextSize t = measure(cr, s, kFontSize);
         putLabel(c, s, kFontSize, kText, {left, top, left + t.width, top + t.height()}, t.ascent);
-        return left + t.width;
     };
     if (!(maxZ >= minZ)) {
         heading("Profile: none in this route");
         return;
     }
+    // The legend follows the heading on its row when it fits there, else on rows below it.
+    const std::vector<LegendEntry> legend = {{"grade line", kStraight, Swatch::Line},
+                                             {"crest curve", kCrest, Swatch::Line},
+                                             {"sag curve", kSag, Swatch::Line},
+                                             {"tangent", kTangent, Swatch::Dashed},
+                                             {"grade-change point", kPoint, Swatch::Dot}};
+    auto headingText = [](const std::string& times) {
+        return "Profile, vertical scale " + times + " times the horizontal";
+    };
+    constexpr double kLegendIndent = 40.0;
+    double legendX = left + measure(cr, headingText("9999"), kFontSize).width + kLegendIndent;
+    double legendBaseline = top + kFontSize;
+    if (drawLegend(c, legend, legendX, legendBaseline, right, false, false) > legendBaseline) {
+        legendX = left;
+        legendBaseline += kLegendRow;
+    }
+    const double plotTop =
+        drawLegend(c, legend, legendX, legendBaseline, right, false, false) + kFontSize * 2;
     // Vertical scale: the requested exaggeration, or whatever fills the panel.
     constexpr double kHeadroom = 1.15;  // room above and below for the point labels
     const double fill = (bottom - plotTop) / (std::max(maxZ - minZ, 1.0) * kHeadroom);
     const double vScale = exaggeration > 0 ? std::min(hScale * exaggeration, fill) : fill;
-    const double headingEnd =
-        heading("Profile, vertical scale " + fixed(vScale / hScale, 0) + " times the horizontal");
-    drawLegend(c,
-               {{"grade line", kStraight, Swatch::Line},
-                {"crest curve", kCrest, Swatch::Line},
-                {"sag curve", kSag, Swatch::Line},
-                {"tangent", kTangent, Swatch::Dashed},
-                {"grade-change point", kPoint, Swatch::Dot}},
-               headingEnd + 40, top + kFontSize, right, /*plan=*/false);
+    heading(headingText(fixed(vScale / hScale, 0)));
+    drawLegend(c, legend, legendX, legendBaseline, right, /*plan=*/false);
     const double midZ = (minZ + maxZ) / 2, midY = (plotTop + bottom) / 2;
     auto px = [&](double length) { return left + length * hScale; };
     auto py = [&](double z) { return midY - (z - midZ) * vScale; };
@@ -914,8 +939,11 @@ PageSize pageSize(const Route& route, const std::vector<Sample>& samples, double
     PageSize s;
     s.plan = std::clamp((frameWidth - 2 * kPlanPadding) * aspect + 2 * kPlanPadding +
                             kLegendHeight + kGridLabelRoom,
-                        width * kPlanMinShare, width * kPlanMaxShare);
-    s.profile = route.description().profile.empty() ? kFontSize * 2 : width * kProfileShare;
+                        std::max(width * kPlanMinShare, kMinPlanHeight),
+                        std::max(width * kPlanMaxShare, kMinPlanHeight));
+    s.profile = route.description().profile.empty()
+                    ? kFontSize * 2
+                    : std::max(width * kProfileShare, kMinProfileHeight);
     s.height = kTitleHeight + s.plan + kPanelGap + s.profile;
     return s;
 }
