@@ -41,14 +41,17 @@ constexpr double kPointRadius = 4.5;
 constexpr double kLabelGap = 5.0;      // from a label's anchor to its nearest edge
 constexpr double kLabelPadding = 2.0;  // clear space kept round every label
 constexpr double kCornerInset = 10.0;  // north arrow and scale bar from the frame's corner
-// Samples along the route: about this many in all, at most this far apart (metres).
+// Samples along the route: about this many in all by length, and on curved elements one
+// more per degree of turn (at most a full circle's worth), so that arcs stay smooth
+// however long the route is.
 constexpr double kTargetSamples = 1200.0;
-constexpr double kMaxSpacing = 10.0;
+constexpr double kTurnPerSample = M_PI / 180;
+constexpr double kMaxTurnSamples = 360;
 constexpr int kMinSamplesPerElement = 4;
 constexpr int kMaxTicks = 24;
 constexpr std::size_t kMaxTicksDrawn = 10000;  // labels beyond this only blacken the plan
 constexpr double kMaxGridLines = 8;
-constexpr double kNiceTicks[] = {10, 20, 50, 100, 200, 500, 1000, 2000, 5000, 10000, 20000};
+constexpr double kMinAutoTick = 10.0;  // metres; the automatic tick is a 1-2-5 value above it
 // Noto Sans CJK (Debian's fonts-noto-cjk) carries Latin and CJK glyphs, so route and
 // point names such as 某某路 show; without it fontconfig's default sans-serif is used.
 constexpr const char* kFontFamily = "Noto Sans CJK SC";
@@ -329,19 +332,25 @@ int stepDecimals(double step) {
     return step >= 1 ? 0 : static_cast<int>(std::ceil(-std::log10(step) - 1e-9));
 }
 
+// Segments to draw an element with: its share of the samples by length, plus one per
+// degree its bearing can turn (length times the larger end curvature bounds the turn).
+int segmentsOf(const RoadCurve& e, double spacing) {
+    const double turn = e.length * std::max(std::abs(e.startCurvature), std::abs(e.endCurvature));
+    return kMinSamplesPerElement + static_cast<int>(std::ceil(e.length / spacing)) +
+           static_cast<int>(std::min(kMaxTurnSamples, std::ceil(turn / kTurnPerSample)));
+}
+
 std::vector<Sample> sampleRoute(const Route& route) {
-    const double spacing = std::min(kMaxSpacing, route.length() / kTargetSamples);
+    const double spacing = std::max(route.length(), 1.0) / kTargetSamples;
     std::vector<Sample> samples;
     std::size_t total = 0;
     for (const RoadCurve& e : route.elements()) {
-        total +=
-            static_cast<std::size_t>(std::max<double>(kMinSamplesPerElement, e.length / spacing));
+        total += static_cast<std::size_t>(segmentsOf(e, spacing));
     }
     Progress progress("draw", total);
     for (std::size_t i = 0; i < route.elements().size(); ++i) {
         const double length = route.elements()[i].length;
-        const int n =
-            std::max(kMinSamplesPerElement, static_cast<int>(std::ceil(length / spacing)));
+        const int n = segmentsOf(route.elements()[i], spacing);
         for (int k = 0; k <= n; ++k) {
             progress.update(samples.size());
             const double at = route.elementStart(i) + length * k / n;
@@ -354,12 +363,10 @@ std::vector<Sample> sampleRoute(const Route& route) {
     return samples;
 }
 
+// The requested tick interval, or the round one that gives at most kMaxTicks.
 double pickTick(double total, double requested) {
     if (requested > 0) return requested;
-    for (double t : kNiceTicks) {
-        if (total / t <= kMaxTicks) return t;
-    }
-    return kNiceTicks[std::size(kNiceTicks) - 1];
+    return niceValue(std::max(total / kMaxTicks, kMinAutoTick), /*below=*/false);
 }
 
 // Whole-metre station for labels: "K1+200" or "1200".
@@ -839,7 +846,10 @@ void drawProfile(Canvas& c, const Route& route, const std::vector<Sample>& sampl
     const double step = niceValue((bottom - plotTop) / vScale / kMaxGridLines, /*below=*/false);
     const double first = std::ceil(lowest / step);
     cairo_set_line_width(cr, kThin);
-    for (int i = 0; py((first + i) * step) >= plotTop - 1e-9; ++i) {
+    // A 1-2-5 step leaves at most 2.5 times kMaxGridLines lines; the bound holds whatever
+    // the scale (a degenerate one gives a NaN step and no lines).
+    const int maxLines = static_cast<int>(kMaxGridLines * 5 / 2) + 1;
+    for (int i = 0; i < maxLines && py((first + i) * step) >= plotTop - 1e-9; ++i) {
         const double z = (first + i) * step;
         setColour(cr, kGrid);
         cairo_new_path(cr);
@@ -988,6 +998,9 @@ void checkOptions(const Route& route, const DrawOptions& options) {
     }
     if (!(options.tick >= 0) || !std::isfinite(options.tick)) {
         throw InputError("--tick must be a positive length (or 0 for automatic)");
+    }
+    if (!(options.exaggeration >= 0) || !std::isfinite(options.exaggeration)) {
+        throw InputError("--exaggeration must be a positive number (or 0 to fill the panel)");
     }
     qv::route::TableRequest ticksRequest;
     ticksRequest.interval = pickTick(route.length(), options.tick);
