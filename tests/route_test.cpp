@@ -318,7 +318,7 @@ TEST(RouteProfile, GradesAndElevationsFollowTheStationsNotTheirText) {
     EXPECT_NEAR(route.pointAt({100.5, 1})->elevation, 11, rcc_test::kExact);
     expectSameBitsAsLibrary(route);
 
-    // Crest at 250 on R 2000 between +0.8 % and -0.6667 %; a sag at 700 given by L 60.
+    // Crest at 250 on R 2000 between +1 % and -0.667 %; a sag at 700 given by L 60.
     const Route curves = Route::build(twoCurves());
     ASSERT_EQ(curves.verticalCurves().size(), 2u);
     const VerticalCurveInfo& crest = curves.verticalCurves()[0];
