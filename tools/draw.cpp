@@ -700,7 +700,8 @@ void drawPlan(Canvas& c, const Route& route, const std::vector<Sample>& samples,
                      f.py(samples[i].y), kLineWidth / 2);
     }
 
-    // Labels in order of importance: points first, then equations, main points and ticks.
+    // Labels are placed in order of importance: intersection points, equations, round
+    // stations, then main points (which may move out on a leader where ticks cannot).
     std::vector<PendingLabel> pending;
     for (std::size_t i = 1; i + 1 < points.size(); ++i) {
         const auto [x, y] = corners[i];
@@ -734,6 +735,7 @@ void drawPlan(Canvas& c, const Route& route, const std::vector<Sample>& samples,
              true});
     }
     cairo_set_line_width(cr, kThin * 1.5);
+    const std::size_t firstKeyLabel = pending.size();
     for (const qv::route::KeyPoint& k : keys) {
         if (k.type == qv::route::KeyPointType::Equation || k.type == qv::route::KeyPointType::MC) {
             continue;
@@ -770,6 +772,8 @@ void drawPlan(Canvas& c, const Route& route, const std::vector<Sample>& samples,
     }
     drawNorthArrow(c, g.frame);
     drawScaleBar(c, g.frame, f.scale);
+    std::stable_partition(pending.begin() + static_cast<std::ptrdiff_t>(firstKeyLabel),
+                          pending.end(), [](const PendingLabel& l) { return !l.leader; });
     for (const PendingLabel& l : pending) {
         placeNear(c, l.text, l.size, l.colour, l.x, l.y, l.preferred, g.frame, l.gap, l.leader);
     }
@@ -818,7 +822,7 @@ void drawProfile(Canvas& c, const Route& route, const std::vector<Sample>& sampl
     double legendBaseline = top + kFontSize;
     if (drawLegend(c, legend, legendX, legendBaseline, right, false, false) > legendBaseline) {
         legendX = left;
-        legendBaseline += kLegendRow;
+        legendBaseline += kLegendRow + 2 * kLabelPadding;  // clear of the heading's descenders
     }
     const double plotTop =
         drawLegend(c, legend, legendX, legendBaseline, right, false, false) + kFontSize * 2;

@@ -12,9 +12,10 @@ namespace {
 using rcctool::DrawingLayout;
 using rcctool::PlacedLabel;
 
-DrawingLayout layOut(const std::string& file, double tick = 0.0) {
+DrawingLayout layOut(const std::string& file, double tick = 0.0, int width = 1600) {
     rcctool::DrawOptions options;
     options.tick = tick;
+    options.width = width;
     return rcctool::layOutDrawing(rcctool::loadRoute(file, {}), options, {});
 }
 
@@ -33,9 +34,25 @@ void expectNoOverlap(const DrawingLayout& layout) {
     }
 }
 
+const PlacedLabel* findLabel(const DrawingLayout& layout, const std::string& prefix) {
+    for (const PlacedLabel& l : layout.labels) {
+        if (l.text.compare(0, prefix.size(), prefix) == 0) return &l;
+    }
+    return nullptr;
+}
+
 bool hasLabel(const DrawingLayout& layout, const std::string& text) {
     return std::any_of(layout.labels.begin(), layout.labels.end(),
                        [&](const PlacedLabel& l) { return l.text == text; });
+}
+
+// Whether the route's end is drawn up and to the left of (or right of) its beginning.
+void expectEndFromBegin(const DrawingLayout& layout, bool up, bool right) {
+    const PlacedLabel* begin = findLabel(layout, "BEGIN ");
+    const PlacedLabel* end = findLabel(layout, "END ");
+    ASSERT_TRUE(begin && end);
+    EXPECT_EQ(end->top < begin->top, up);
+    EXPECT_EQ(end->left > begin->left, right);
 }
 
 TEST(DrawLayout, LabelsOfTheExampleAndThePublishedRouteNeverOverlap) {
@@ -55,8 +72,17 @@ TEST(DrawLayout, LabelsOfTheExampleAndThePublishedRouteNeverOverlap) {
     EXPECT_TRUE(hasLabel(ne, "500 m"));
 }
 
+TEST(DrawLayout, PlanIsNorthUpInBothFrames) {
+    // Published route (NE frame): the end lies 1850 north and 1800 west of the beginning.
+    expectEndFromBegin(layOut(std::string(RCC_TEST_DATA) + "/published_five_curves.json"),
+                       /*up=*/true, /*right=*/false);
+    // Example (XY frame): the end lies 4300 along x and 500 along y from the beginning.
+    expectEndFromBegin(layOut(RCC_EXAMPLE), /*up=*/true, /*right=*/true);
+}
+
 TEST(DrawLayout, DenseTicksLeaveLabelsOutRatherThanOverlapThem) {
     // 10 m ticks on 4.6 km: far more station labels than plan or profile can hold.
+    expectNoOverlap(layOut(RCC_EXAMPLE, 10.0, 400));
     const DrawingLayout layout = layOut(RCC_EXAMPLE, 10.0);
     expectNoOverlap(layout);
     EXPECT_GT(layout.omitted, 0u);
