@@ -10,9 +10,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
+#include <cstddef>
 #include <limits>
+#include <optional>
+#include <string>
+#include <tuple>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace rcctool {
 
@@ -28,7 +33,7 @@ constexpr double kPlanMaxShare = 0.85;
 // wrapped rows and a plot below them.
 constexpr double kMinPlanHeight = 300.0;
 constexpr double kMinProfileHeight = 260.0;
-constexpr double kLegendHeight = 44.0;  // two rows of legend above the plan's frame
+constexpr double kLegendHeight = 44.0;  // least room for the legend above the plan's frame
 constexpr double kLegendRow = 20.0;
 constexpr double kGridLabelRoom = 24.0;  // below the plan's frame, for the easting labels
 constexpr double kPlanPadding = 45.0;    // between the route's extent and the frame
@@ -295,10 +300,13 @@ bool placeNear(Canvas& c, const std::string& s, double size, Colour colour, doub
     return false;
 }
 
-// Marks a drawn line as taken, as boxes of its width every few pixels along it.
+// Marks a drawn line as taken, as boxes of its width every few pixels along it. A segment
+// longer than any page (or not finite) is left unmarked rather than walked for ever.
 void blockSegment(Canvas& c, double x0, double y0, double x1, double y1, double halfWidth) {
-    const int n =
-        std::max(1, static_cast<int>(std::ceil(std::hypot(x1 - x0, y1 - y0) / halfWidth)));
+    constexpr double kMaxSteps = 1e5;
+    const double steps = std::ceil(std::hypot(x1 - x0, y1 - y0) / halfWidth);
+    if (!(steps <= kMaxSteps)) return;
+    const int n = std::max(1, static_cast<int>(steps));
     for (int k = 0; k <= n; ++k) {
         const double x = x0 + (x1 - x0) * k / n, y = y0 + (y1 - y0) * k / n;
         c.taken.add({x - halfWidth, y - halfWidth, x + halfWidth, y + halfWidth});
@@ -507,7 +515,10 @@ void drawGrid(Canvas& c, const Route& route, const PlanGeometry& g, const Box& p
         const bool eastings = axis == 0;
         const double lo = eastings ? minE : minN, hi = eastings ? maxE : maxN;
         const double first = std::ceil(lo / step);
-        const int count = static_cast<int>(std::floor(hi / step) - first) + 1;
+        // A 1-2-5 step above span / kMaxGridLines leaves at most that many lines (and one
+        // more); the bound, and NaN failing `>= 0`, keep a degenerate scale from more.
+        const double lines = std::floor(hi / step) - first + 1;
+        const int count = lines >= 0 ? static_cast<int>(std::min(lines, kMaxGridLines + 1)) : 0;
         for (int i = 0; i < count; ++i) {
             const double v = (first + i) * step;
             const std::string label = fixed(v, decimals);
