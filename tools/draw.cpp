@@ -168,10 +168,13 @@ struct Box {
 class Occupancy {
 public:
     void add(const Box& b) {
+        if (!fits(b)) return;
         forCells(b, [&](long long key) { cells_[key].push_back(b); });
     }
-    // How many taken boxes `b` touches (a box spanning cells may be counted more than once).
+    // How many taken boxes `b` touches (a box spanning cells may be counted more than once);
+    // a box that is not finite or larger than any page counts as covered.
     std::size_t count(const Box& b) const {
+        if (!fits(b)) return std::numeric_limits<std::size_t>::max();
         std::size_t n = 0;
         forCells(b, [&](long long key) {
             const auto it = cells_.find(key);
@@ -185,6 +188,11 @@ public:
 private:
     static constexpr double kCell = 40.0;            // pixels
     static constexpr long long kStride = 1LL << 24;  // cells per row of the key space
+    static constexpr double kMaxExtent = 1e6;        // pixels; far beyond any page
+    static bool fits(const Box& b) {
+        return b.left >= -kMaxExtent && b.right <= kMaxExtent && b.top >= -kMaxExtent &&
+               b.bottom <= kMaxExtent && b.left <= b.right && b.top <= b.bottom;
+    }
     template <class F>
     void forCells(const Box& b, F f) const {
         const auto cell = [](double v) { return static_cast<long long>(std::floor(v / kCell)); };
@@ -280,6 +288,7 @@ bool placeNear(Canvas& c, const std::string& s, double size, Colour colour, doub
         return true;
     }
     if (leader) {
+        // Two rings farther out, at these many text heights.
         for (double rings : {2.5, 5.0}) {
             const double gap = nearGap + rings * t.height();
             const std::optional<Box> b =
