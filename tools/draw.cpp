@@ -649,14 +649,11 @@ struct PendingLabel {
     bool leader;
 };
 
-void drawPlan(Canvas& c, const Route& route, const std::vector<Sample>& samples, double top,
-              double width, double height, double tick, const FormatOptions& format) {
-    cairo_t* cr = c.cr;
+// The plan's legend: the element kinds this route has, then the symbols it shows.
+std::vector<LegendEntry> planLegend(const Route& route) {
     const auto& points = route.description().horizontal.points;
     bool hasBreak = false;
     for (const qv::route::EquationInfo& e : route.equations()) hasBreak = hasBreak || e.isBreak;
-
-    // Legend: the element kinds this route has, then the symbols.
     std::vector<LegendEntry> legend;
     for (Colour kind : {kStraight, kTransition, kCompound, kArcColour}) {
         for (const RoadCurve& e : route.elements()) {
@@ -670,6 +667,14 @@ void drawPlan(Canvas& c, const Route& route, const std::vector<Sample>& samples,
     if (points.size() > 2) legend.push_back({"intersection point", kPoint, Swatch::Dot});
     legend.push_back({"main point", kKeyPoint, Swatch::Ring});
     if (hasBreak) legend.push_back({"station equation", kBreak, Swatch::Dot});
+    return legend;
+}
+
+void drawPlan(Canvas& c, const Route& route, const std::vector<Sample>& samples, double top,
+              double width, double height, double tick, const FormatOptions& format) {
+    cairo_t* cr = c.cr;
+    const auto& points = route.description().horizontal.points;
+    const std::vector<LegendEntry> legend = planLegend(route);
     // The frame starts below the legend, however many rows a narrow page gives it.
     const double legendEnd = drawLegend(c, legend, kMargin, top + kFontSize, width - kMargin / 2,
                                         /*plan=*/true, /*draw=*/false);
