@@ -1042,8 +1042,11 @@ void checkOptions(const Route& route, const DrawOptions& options) {
     }
 }
 
-std::string titleOf(const Route& route, const std::string& fallback) {
-    return route.description().name.empty() ? fallback : route.description().name;
+// The route's own name, else the file's name without its folders.
+std::string titleOf(const Route& route, const std::string& path) {
+    if (!route.description().name.empty()) return route.description().name;
+    const std::size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace
