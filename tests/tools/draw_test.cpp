@@ -67,6 +67,9 @@ TEST(DrawLayout, LabelsOfTheExampleAndThePublishedRouteNeverOverlap) {
     }
     // The published route runs north-west in the NE frame: its grid is labelled N and E.
     const DrawingLayout ne = layOut(std::string(RCC_TEST_DATA) + "/published_five_curves.json");
+    // On a 1600-pixel page every label of the published route finds a place.
+    EXPECT_EQ(ne.omitted, 0u);
+    EXPECT_TRUE(hasLabel(ne, "3357000"));  // northing grid every 500
     EXPECT_TRUE(hasLabel(ne, "N"));
     EXPECT_TRUE(hasLabel(ne, "E"));
     EXPECT_TRUE(hasLabel(ne, "500 m"));
