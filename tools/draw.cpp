@@ -226,10 +226,37 @@ void usePlanColour(Canvas& c, Colour colour) {
     }
 }
 
+// The text with every byte that does not start a well-formed UTF-8 character replaced by
+// '?': cairo refuses ill-formed text and would then draw nothing more on the page.
+std::string wellFormed(const std::string& s) {
+    std::string out;
+    for (std::size_t i = 0; i < s.size();) {
+        const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(s[k]); };
+        const unsigned char b = byte(i);
+        // Length of the sequence and the smallest code point it may encode (no overlongs).
+        const std::size_t n = b < 0x80           ? 1
+                              : (b >> 5) == 0x6  ? 2
+                              : (b >> 4) == 0xE  ? 3
+                              : (b >> 3) == 0x1E ? 4
+                                                 : 0;
+        const char32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
+        bool ok = n > 0 && i + n <= s.size();
+        char32_t code = n == 1 ? b : b & (0x7F >> n);
+        for (std::size_t k = 1; ok && k < n; ++k) {
+            ok = (byte(i + k) & 0xC0) == 0x80;
+            code = (code << 6) | (byte(i + k) & 0x3F);
+        }
+        ok = ok && code >= least[n] && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+        out += ok ? s.substr(i, n) : "?";
+        i += ok ? n : 1;
+    }
+    return out;
+}
+
 TextSize measure(cairo_t* cr, const std::string& s, double size) {
     cairo_set_font_size(cr, size);
     cairo_text_extents_t ext;
-    cairo_text_extents(cr, s.c_str(), &ext);
+    cairo_text_extents(cr, wellFormed(s).c_str(), &ext);
     cairo_font_extents_t font;
     cairo_font_extents(cr, &font);
     return {ext.x_advance, font.ascent, font.descent};
@@ -241,9 +268,10 @@ void putLabel(Canvas& c, const std::string& s, double size, Colour colour, const
     cairo_set_font_size(c.cr, size);
     setColour(c.cr, colour);
     cairo_move_to(c.cr, box.left, box.top + ascent);
-    cairo_show_text(c.cr, s.c_str());
+    const std::string text = wellFormed(s);
+    cairo_show_text(c.cr, text.c_str());
     c.taken.add(box.grown(kLabelPadding));
-    c.layout->labels.push_back({s, box.left, box.top, box.right, box.bottom});
+    c.layout->labels.push_back({text, box.left, box.top, box.right, box.bottom});
 }
 
 // Places a label in the first of the given boxes (each the label's own size) that lies in
@@ -1061,8 +1089,12 @@ DrawingLayout layOutDrawing(const Route& route, const DrawOptions& options,
     cairo_t* cr = cairo_create(surface);
     Canvas canvas{cr, &layout, {}, {}, {}};
     drawAll(canvas, route, titleOf(route, "route"), samples, options.width, size, options, format);
+    const cairo_status_t status = cairo_status(cr);
     cairo_destroy(cr);
     cairo_surface_destroy(surface);
+    if (status != CAIRO_STATUS_SUCCESS) {
+        throw OutputError(std::string("cannot draw: ") + cairo_status_to_string(status));
+    }
     return layout;
 }
 
@@ -1086,8 +1118,9 @@ void drawRoute(const Route& route, const std::string& title, const std::string& 
         DrawingLayout layout;
         Canvas canvas{cr, &layout, {}, {}, {}};
         drawAll(canvas, route, titleOf(route, title), samples, width, size, options, format);
+        cairo_status_t status = cairo_status(cr);
         cairo_destroy(cr);
-        cairo_status_t status = cairo_surface_status(surface);
+        if (status == CAIRO_STATUS_SUCCESS) status = cairo_surface_status(surface);
         if (status == CAIRO_STATUS_SUCCESS && !svg) {
             status = cairo_surface_write_to_png(surface, temporary.c_str());
         }

@@ -109,4 +109,18 @@ TEST(DrawLayout, CJKNamesAreDrawnAsGivenAndTheXYFrameIsLabelledXY) {
     EXPECT_TRUE(hasLabel(xy, "y"));
 }
 
+TEST(DrawLayout, IllFormedTextIsDrawnWithQuestionMarks) {
+    // Latin-1 "Straße" and a CJK character cut short: cairo refuses either as it stands.
+    qv::route::RouteDescription d;
+    d.name =
+        "Stra\xdf"
+        "e \xe8\xb7";
+    d.horizontal.points = {{"", 0.0, 0.0}, {"\xff", 100.0, 50.0, 40.0}, {"", 200.0, 0.0}};
+    const DrawingLayout layout =
+        rcctool::layOutDrawing(qv::route::Route::build(d), rcctool::DrawOptions{}, {});
+    const PlacedLabel* title = findLabel(layout, "Stra?e ?");
+    ASSERT_NE(title, nullptr);
+    EXPECT_TRUE(hasLabel(layout, "?"));
+}
+
 }  // namespace
