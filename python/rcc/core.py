@@ -1,0 +1,16 @@
+"""The library's own classes, records and free functions, name for name.
+
+Methods with out-parameters return a tuple: the return value first, then the
+out-parameters in declaration order (``convertJDPointsToRoadCurves()`` gives
+``(status, inBearing, outBearing, inTangentLength, outTangentLength, arcLength,
+deflection, turnDirection)``). Records take their fields as keywords:
+``RoadCurve(length=10.0, curveType=1)``.
+"""
+
+from ._rcc import core as _core
+
+__all__ = ["BrokenChain", "BrokenChainSet", "DesignCruveInPut", "JDPoint", "RoadCurve",
+           "RoadCurvesCalculation", "RoadVerticalCurve", "RoadVerticalCurvePoint",
+           "analysisDesignCurves", "calculateBearing", "calculateBearingRad"]
+
+globals().update({name: getattr(_core, name) for name in __all__})
