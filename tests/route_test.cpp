@@ -1,1 +1,317 @@
-// Tests of the route layer: route_test.
+// The route layer: stations across station equations, points and elevations, curves, and
+// the same bits as the library wherever both answer the same question.
+#include <qv_route/route.hpp>
+
+#include "test_tolerances.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace qv::route;
+
+constexpr double kPi = 3.141592653589793;
+
+ElementDescription line(double length) {
+    ElementDescription e;
+    e.length = length;
+    return e;
+}
+
+ElementDescription curved(ElementKind kind, double length, double startRadius, double endRadius,
+                          int turn) {
+    ElementDescription e;
+    e.kind = kind;
+    e.length = length;
+    e.startRadius = startRadius;
+    e.endRadius = endRadius;
+    e.turn = turn;
+    return e;
+}
+
+RouteDescription elementRoute(double start, std::vector<StationEquation> equations,
+                              std::vector<ElementDescription> elements) {
+    RouteDescription d;
+    d.startStation = start;
+    d.equations = std::move(equations);
+    d.horizontal.elements = std::move(elements);
+    return d;
+}
+
+// A straight east from the origin, `length` long, in ten equal pieces.
+RouteDescription straight(double start, std::vector<StationEquation> equations, double length) {
+    constexpr int kPieces = 10;
+    return elementRoute(start, std::move(equations),
+                        std::vector<ElementDescription>(kPieces, line(length / kPieces)));
+}
+
+IntersectionPoint ip(double x, double y, double radius = 0, double l1 = 0, double l2 = 0) {
+    IntersectionPoint p;
+    p.x = x;
+    p.y = y;
+    p.radius = radius;
+    p.inTransitionLength = l1;
+    p.outTransitionLength = l2;
+    return p;
+}
+
+// Start 1000, a left turn of 90 degrees at (100, 0) on R 50: T = R tan(45) = 50, arc 25 pi.
+RouteDescription quarterTurn() {
+    RouteDescription d;
+    d.startStation = 1000;
+    d.horizontal.points = {ip(0, 0), ip(100, 0, 50), ip(100, 100)};
+    return d;
+}
+
+// Two curves, the first with transitions, and a short chain on the first straight.
+RouteDescription twoCurves() {
+    RouteDescription d;
+    d.equations = {{100, 150, ""}};
+    d.horizontal.points = {ip(0, 0), ip(300, 0, 200, 50, 50), ip(500, 200, 300), ip(800, 200)};
+    d.profile = {{"", {0, 1}, 50, 0, 0}, {"", {250, 1}, 52, 2000, 0}, {"", {700, 1}, 49, 0, 60}};
+    d.profile.push_back({"", {780, 1}, 49.5, 0, 0});
+    return d;
+}
+
+bool sameBits(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+// Walks `route` and asks the library the same question at chainages it answers without
+// ambiguity: first passes outside any repeated stretch, on elements and profile pieces that
+// hold no break. Point, bearing and elevation must agree bit for bit.
+void expectSameBitsAsLibrary(const Route& route) {
+    constexpr int kSamples = 97;  // odd fractions: no sample on an element boundary
+    std::vector<double> breaks;
+    for (const EquationInfo& eq : route.equations()) {
+        if (eq.isBreak) breaks.push_back(eq.length);
+    }
+    // The library cannot tell which pass an element's unmarked start chainage means.
+    const auto holdsBreak = [&breaks, &route](double from, double to) {
+        const Station start = route.stationAt(from);
+        if (start.occurrence != 1 || route.lengthAt({start.value, 2})) return true;
+        for (double b : breaks) {
+            if (b >= from && b <= to) return true;
+        }
+        return false;
+    };
+    int compared = 0;
+    for (int j = 0; j < kSamples; ++j) {
+        Station s = route.stationAt(route.length() * (j + 0.37) / kSamples);
+        s.value = std::stod(std::to_string(s.value));  // what the library's text can say
+        if (s.occurrence != 1 || route.lengthAt({s.value, 2})) continue;
+        const std::optional<RoutePoint> p = route.pointAt(s);
+        ASSERT_TRUE(p.has_value());
+        const double start = route.elementStart(p->element);
+        if (holdsBreak(start, start + route.elements()[p->element].length)) continue;
+        for (std::size_t k = 0; k < route.profilePieces().size(); ++k) {
+            const double from = route.profilePieceStart(k);
+            const double to = from + route.profilePieces()[k].length;
+            if (p->length >= from && p->length <= to && holdsBreak(from, to)) s.occurrence = 0;
+        }
+        if (s.occurrence == 0) continue;
+        double x = 0, y = 0, z = std::nan("");
+        const std::string text = std::to_string(s.value);
+        const double bearing = route.alignment().calculateCoordinatesAndBearing(text, x, y, z);
+        EXPECT_TRUE(sameBits(p->x, x)) << text;
+        EXPECT_TRUE(sameBits(p->y, y)) << text;
+        EXPECT_TRUE(sameBits(p->bearing, bearing)) << text;
+        EXPECT_TRUE(sameBits(p->elevation, z)) << text << " " << p->elevation << " " << z;
+        ++compared;
+    }
+    EXPECT_GT(compared, kSamples / 10);
+}
+
+struct StationCase {
+    double value;
+    int occurrence;
+    std::optional<double> length;  // nullopt: the station does not exist
+};
+
+void expectStations(const Route& route, const std::vector<StationCase>& cases) {
+    for (const StationCase& c : cases) {
+        const std::optional<double> length = route.lengthAt({c.value, c.occurrence});
+        ASSERT_EQ(length.has_value(), c.length.has_value())
+            << c.value << "(" << c.occurrence << ")";
+        if (!length) continue;
+        EXPECT_NEAR(*length, *c.length, rcc_test::kExact) << c.value << "(" << c.occurrence << ")";
+        // Back to the same place (at a break, through the station ahead of it).
+        EXPECT_NEAR(*route.lengthAt(route.stationAt(*length)), *length, rcc_test::kExact);
+    }
+}
+
+TEST(RouteStations, FollowTheNumberingThroughEveryKindOfEquation) {
+    const struct {
+        const char* note;
+        RouteDescription description;
+        double endStation;
+        std::vector<StationCase> cases;
+    } routes[] = {
+        // Short chain 300 = 340 on a straight of 1000: 300..340 do not exist.
+        {"short chain",
+         straight(0, {{300, 340, ""}}, 1000),
+         1040,
+         {{300, 1, 300},
+          {340, 1, 300},
+          {320, 1, std::nullopt},
+          {500, 1, 460},
+          {-20, 1, -20},
+          {1100, 1, 1060},
+          {500, 2, std::nullopt}}},
+        // Long chain 2390 = 2330 from 2000: 2330..2390 occur twice, 60 apart.
+        {"long chain",
+         straight(2000, {{2390, 2330, ""}}, 1000),
+         2940,
+         {{2350, 1, 350},
+          {2350, 2, 410},
+          {2390, 1, 390},
+          {2390, 2, 450},
+          {2330, 2, 390},
+          {2400, 1, 460},
+          {2400, 2, std::nullopt}}},
+        // A long chain at negative stations: -350..-300 occur twice.
+        {"negative long chain",
+         straight(-500, {{-300, -350, ""}}, 400),
+         -150,
+         {{-320, 1, 180}, {-320, 2, 230}, {-400, 1, 100}, {-200, 1, 350}}},
+        // A start in (0, 1) with a long chain 300 = 200: the chain still counts.
+        {"start at 0.5", straight(0.5, {{300, 200, ""}}, 1200), 1100.5, {{250.5, 2, 350}}},
+        // A label (back == ahead) is no break.
+        {"label", straight(-90, {{500, 500, "km post"}}, 1000), 910, {{-80, 1, 10}, {500, 1, 590}}},
+    };
+    for (const auto& r : routes) {
+        SCOPED_TRACE(r.note);
+        const Route route = Route::build(r.description);
+        EXPECT_NEAR(route.endStation().value, r.endStation, rcc_test::kExact);
+        expectStations(route, r.cases);
+        expectSameBitsAsLibrary(route);
+    }
+}
+
+TEST(RouteGeometry, AQuarterTurnHasItsTangentsArcAndExternalByHand) {
+    const Route route = Route::build(quarterTurn());
+    const double arc = 25 * kPi;  // R * pi / 2
+    EXPECT_NEAR(route.length(), 100 + arc, rcc_test::kExact);
+    ASSERT_EQ(route.curves().size(), 1u);
+    const CurveInfo& c = route.curves()[0];
+    EXPECT_EQ(c.name, "JD1");
+    EXPECT_EQ(c.turn, 1);
+    EXPECT_NEAR(c.inTangentLength, 50, rcc_test::kExact);
+    EXPECT_NEAR(c.outTangentLength, 50, rcc_test::kExact);
+    EXPECT_NEAR(c.arcLength, arc, rcc_test::kExact);
+    EXPECT_NEAR(c.deflection, kPi / 2, rcc_test::kAngle);
+    EXPECT_NEAR(c.startLength, 50, rcc_test::kExact);
+    EXPECT_NEAR(c.endLength, 50 + arc, rcc_test::kExact);
+    EXPECT_NEAR(c.external, 50 * (std::sqrt(2.0) - 1), rcc_test::kStepPosition);  // R(sec 45 - 1)
+    // Mid-arc: 45 degrees round the centre (50, 50) from (50, 0).
+    const std::optional<RoutePoint> mid = route.pointAt({1050 + arc / 2, 1});
+    ASSERT_TRUE(mid.has_value());
+    EXPECT_NEAR(mid->x, 50 + 25 * std::sqrt(2.0), rcc_test::kStepPosition);
+    EXPECT_NEAR(mid->y, 50 - 25 * std::sqrt(2.0), rcc_test::kStepPosition);
+    EXPECT_NEAR(mid->curvature, 1.0 / 50, rcc_test::kExact);
+    EXPECT_EQ(mid->kind, ElementKind::Arc);
+    // Offsets: +5 lies left of the eastbound straight; off the route on the produced tangents.
+    const struct {
+        double length, offset, x, y;
+        bool onRoute;
+    } cases[] = {{20, 5, 20, 5, true},
+                 {20, -5, 20, -5, true},
+                 {-10, 0, -10, 0, false},
+                 {100 + arc + 10, 0, 100, 110, false},
+                 {100 + arc + 10, 2, 98, 110, false}};
+    for (const auto& p : cases) {
+        const RoutePoint got = route.pointAtLength(p.length, p.offset);
+        EXPECT_NEAR(got.x, p.x, rcc_test::kStepPosition) << p.length << " " << p.offset;
+        EXPECT_NEAR(got.y, p.y, rcc_test::kStepPosition) << p.length << " " << p.offset;
+        EXPECT_EQ(got.onRoute, p.onRoute) << p.length;
+    }
+    EXPECT_TRUE(std::isnan(route.pointAtLength(20).elevation));  // no profile
+    expectSameBitsAsLibrary(route);
+}
+
+TEST(RouteGeometry, BreaksOnAnArcAndATransitionChangeTheNumberingNotTheGeometry) {
+    const std::vector<ElementDescription> elements = {
+        line(100), curved(ElementKind::InTransition, 60, HUGE_VAL, 200, 1),
+        curved(ElementKind::Arc, 100, 200, 200, 1),
+        curved(ElementKind::OutTransition, 60, 200, HUGE_VAL, 1), line(100)};
+    // Long chain 130 = 120 on the entering transition (length 130); short chain 200 = 250 on
+    // the arc: 120 + (210 - 130) = 200 at length 210.
+    const Route broken = Route::build(elementRoute(0, {{130, 120, ""}, {200, 250, ""}}, elements));
+    const Route plain = Route::build(elementRoute(0, {}, elements));
+    EXPECT_NEAR(broken.endStation().value, 460, rcc_test::kExact);
+    expectStations(broken, {{125, 1, 125},
+                            {125, 2, 135},
+                            {225, 1, std::nullopt},
+                            {250, 1, 210},
+                            {200, 1, 210},
+                            {300, 1, 260}});
+    ASSERT_EQ(broken.elements().size(), plain.elements().size());
+    for (std::size_t i = 0; i < plain.elements().size(); ++i) {
+        EXPECT_NEAR(broken.elements()[i].length, elements[i].length, rcc_test::kQuotedSixDecimals);
+    }
+    for (double length = 1.5; length < plain.length(); length += 10) {
+        const RoutePoint a = broken.pointAtLength(length);
+        const RoutePoint b = plain.pointAtLength(length);
+        EXPECT_NEAR(a.x, b.x, rcc_test::kQuotedSixDecimals) << length;
+        EXPECT_NEAR(a.y, b.y, rcc_test::kQuotedSixDecimals) << length;
+    }
+    const std::optional<RoutePoint> second = broken.pointAt({125, 2});
+    ASSERT_TRUE(second.has_value());
+    EXPECT_NEAR(second->x, plain.pointAtLength(135).x, rcc_test::kQuotedSixDecimals);
+    EXPECT_NEAR(second->y, plain.pointAtLength(135).y, rcc_test::kQuotedSixDecimals);
+    EXPECT_FALSE(broken.pointAt({225, 1}).has_value());
+    expectSameBitsAsLibrary(broken);
+}
+
+TEST(RouteProfile, GradesAndElevationsFollowTheStationsNotTheirText) {
+    // Start 0.5, long chain 300 = 200; grade 1 % from 10 at 0.5 through 150.5 and the second
+    // 250.5 (length 350, elevation 13.5) to 1100.5 (length 1200, elevation 22).
+    RouteDescription d = elementRoute(0.5, {{300, 200, ""}}, {line(200), line(200), line(800)});
+    d.profile = {{"", {0.5, 1}, 10, 0, 0},
+                 {"", {150.5, 1}, 11.5, 0, 0},
+                 {"", {250.5, 2}, 13.5, 0, 0},
+                 {"", {1100.5, 1}, 22, 0, 0}};
+    const Route route = Route::build(d);
+    for (const double length : {0.0, 100.0, 349.0, 1200.0}) {
+        EXPECT_NEAR(route.elevationAtLength(length), 10 + 0.01 * length, rcc_test::kExact);
+        EXPECT_NEAR(route.gradeAtLength(length), 0.01, rcc_test::kExact);
+    }
+    EXPECT_TRUE(std::isnan(route.elevationAtLength(1201)));
+    EXPECT_NEAR(route.pointAt({100.5, 1})->elevation, 11, rcc_test::kExact);
+    expectSameBitsAsLibrary(route);
+
+    // Crest at 250 on R 2000 between +0.8 % and -0.6667 %; a sag at 700 given by L 60.
+    const Route curves = Route::build(twoCurves());
+    ASSERT_EQ(curves.verticalCurves().size(), 2u);
+    const VerticalCurveInfo& crest = curves.verticalCurves()[0];
+    const double g1 = 2.0 / 200, g2 = -3.0 / 450;  // lengths 200 (short chain) and 450
+    EXPECT_NEAR(crest.grade1, g1, rcc_test::kExact);
+    EXPECT_NEAR(crest.grade2, g2, rcc_test::kExact);
+    EXPECT_TRUE(crest.crest);
+    EXPECT_NEAR(crest.tangentLength, (g1 - g2) * 2000 / 2, rcc_test::kExact);
+    ASSERT_TRUE(crest.extremeLength.has_value());
+    // The top lies g1 R past the BVC.
+    EXPECT_NEAR(*crest.extremeLength, crest.startLength + g1 * 2000, rcc_test::kQuotedSixDecimals);
+    const VerticalCurveInfo& sag = curves.verticalCurves()[1];
+    EXPECT_NEAR(sag.tangentLength, 30, rcc_test::kExact);  // L = 2T = 60
+    EXPECT_FALSE(sag.crest);
+    EXPECT_NEAR(sag.endLength - sag.startLength, 60, rcc_test::kQuotedSixDecimals);
+    expectSameBitsAsLibrary(curves);
+}
+
+TEST(RouteValues, CopiesAreDeepAndMovesKeepTheRoute) {
+    Route a = Route::build(twoCurves());
+    const Route copy = a;
+    const Route moved = std::move(a);
+    const RoutePoint p = moved.pointAtLength(123.4);
+    const RoutePoint q = copy.pointAtLength(123.4);
+    EXPECT_EQ(p.x, q.x);
+    EXPECT_EQ(p.y, q.y);
+    EXPECT_EQ(copy.curves().size(), 2u);
+    EXPECT_NE(&copy.elements(), &moved.elements());
+}
+
+}  // namespace
