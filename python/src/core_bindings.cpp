@@ -4,8 +4,8 @@
 #include <qv_roadCurveCalculation_alg.h>
 
 #include <algorithm>
-#include <initializer_list>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,177 +16,175 @@ namespace rccpy {
 
 namespace {
 
-/// A record class with keyword construction (`RoadCurve(length=10.0, curveType=1)`, other
-/// fields keep their defaults), copies, and a repr listing its fields.
+/// copy.copy and copy.deepcopy of a class held by value: both are the C++ copy.
 template <class T>
-py::class_<T> record(py::module_& m, const char* name, const char* doc,
-                     std::initializer_list<const char*> fields) {
-    py::class_<T> c(m, name, doc);
-    const std::vector<std::string> names(fields.begin(), fields.end());
-    c.def(py::init([names](const py::kwargs& given) {
-        T value{};
-        // A borrowed view of the local record, so that each field is set by its own
-        // converter (and refused with a TypeError when the value does not fit).
-        py::object view = py::cast(&value, py::return_value_policy::reference);
-        for (const auto& item : given) {
-            const auto key = item.first.cast<std::string>();
-            if (std::find(names.begin(), names.end(), key) == names.end()) {
-                throw py::type_error(std::string(py::str(view.get_type().attr("__name__"))) +
-                                     " has no field " + key);
-            }
-            py::setattr(view, item.first, item.second);
-        }
-        return value;
-    }));
+void addCopies(py::class_<T>& c) {
     c.def("__copy__", [](const T& v) { return v; });
     c.def(
         "__deepcopy__", [](const T& v, const py::dict&) { return v; }, py::arg("memo"));
-    c.def("__repr__", [names](const py::object& self) {
-        std::string text = std::string(py::str(self.get_type().attr("__name__"))) + "(";
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            text += (i ? ", " : "") + names[i] + "=" +
-                    std::string(py::repr(self.attr(names[i].c_str())));
-        }
-        return text + ")";
-    });
-    return c;
 }
 
+/// A record class with keyword construction (`RoadCurve(length=10.0, curveType=1)`, other
+/// fields keep their defaults), copies, and a repr listing its fields in declaration order.
+template <class T>
+class Record {
+public:
+    Record(py::module_& m, const char* name, const char* doc)
+        : class_(m, name, doc), names_(std::make_shared<std::vector<std::string>>()) {
+        auto names = names_;
+        class_.def(py::init([names](const py::kwargs& given) {
+            T value{};
+            // A borrowed view of the local record, so that each field is set by its own
+            // converter (and refused with a TypeError when the value does not fit).
+            py::object view = py::cast(&value, py::return_value_policy::reference);
+            for (const auto& item : given) {
+                const auto key = item.first.cast<std::string>();
+                if (std::find(names->begin(), names->end(), key) == names->end()) {
+                    throw py::type_error(std::string(py::str(view.get_type().attr("__name__"))) +
+                                         " has no field " + key);
+                }
+                py::setattr(view, item.first, item.second);
+            }
+            return value;
+        }));
+        addCopies(class_);
+        class_.def("__repr__", [names](const py::object& self) {
+            std::string text = std::string(py::str(self.get_type().attr("__name__"))) + "(";
+            for (std::size_t i = 0; i < names->size(); ++i) {
+                const std::string& field = (*names)[i];
+                text +=
+                    (i ? ", " : "") + field + "=" + std::string(py::repr(self.attr(field.c_str())));
+            }
+            return text + ")";
+        });
+    }
+
+    template <class F>
+    Record& field(const char* name, F T::*member) {
+        class_.def_readwrite(name, member);
+        names_->push_back(name);
+        return *this;
+    }
+
+private:
+    py::class_<T> class_;
+    std::shared_ptr<std::vector<std::string>> names_;  ///< shared with init and repr
+};
+
 void bindRecords(py::module_& m) {
-    record<RoadCurve>(m, "RoadCurve", "One horizontal element (straight, arc or clothoid).",
-                      {"startDK", "endDK", "startX", "startY", "endX", "endY", "endBearing",
-                       "startRadius", "endRadius", "length", "startBearing", "startCurvature",
-                       "endCurvature", "curveType", "turnDirection", "integrationStep"})
-        .def_readwrite("startDK", &RoadCurve::startDK)
-        .def_readwrite("endDK", &RoadCurve::endDK)
-        .def_readwrite("startX", &RoadCurve::startX)
-        .def_readwrite("startY", &RoadCurve::startY)
-        .def_readwrite("endX", &RoadCurve::endX)
-        .def_readwrite("endY", &RoadCurve::endY)
-        .def_readwrite("endBearing", &RoadCurve::endBearing)
-        .def_readwrite("startRadius", &RoadCurve::startRadius)
-        .def_readwrite("endRadius", &RoadCurve::endRadius)
-        .def_readwrite("length", &RoadCurve::length)
-        .def_readwrite("startBearing", &RoadCurve::startBearing)
-        .def_readwrite("startCurvature", &RoadCurve::startCurvature)
-        .def_readwrite("endCurvature", &RoadCurve::endCurvature)
-        .def_readwrite("curveType", &RoadCurve::curveType)
-        .def_readwrite("turnDirection", &RoadCurve::turnDirection)
-        .def_readwrite("integrationStep", &RoadCurve::integrationStep);
+    Record<RoadCurve>(m, "RoadCurve", "One horizontal element (straight, arc or clothoid).")
+        .field("startDK", &RoadCurve::startDK)
+        .field("endDK", &RoadCurve::endDK)
+        .field("startX", &RoadCurve::startX)
+        .field("startY", &RoadCurve::startY)
+        .field("endX", &RoadCurve::endX)
+        .field("endY", &RoadCurve::endY)
+        .field("endBearing", &RoadCurve::endBearing)
+        .field("startRadius", &RoadCurve::startRadius)
+        .field("endRadius", &RoadCurve::endRadius)
+        .field("length", &RoadCurve::length)
+        .field("startBearing", &RoadCurve::startBearing)
+        .field("startCurvature", &RoadCurve::startCurvature)
+        .field("endCurvature", &RoadCurve::endCurvature)
+        .field("curveType", &RoadCurve::curveType)
+        .field("turnDirection", &RoadCurve::turnDirection)
+        .field("integrationStep", &RoadCurve::integrationStep);
 
-    record<JDPoint>(m, "JDPoint", "One horizontal intersection point.",
-                    {"spare1", "radius", "x", "y", "inTransitionLength", "outTransitionLength",
-                     "spare2", "spare3", "pointDK", "pointType"})
-        .def_readwrite("spare1", &JDPoint::spare1)
-        .def_readwrite("radius", &JDPoint::radius)
-        .def_readwrite("x", &JDPoint::x)
-        .def_readwrite("y", &JDPoint::y)
-        .def_readwrite("inTransitionLength", &JDPoint::inTransitionLength)
-        .def_readwrite("outTransitionLength", &JDPoint::outTransitionLength)
-        .def_readwrite("spare2", &JDPoint::spare2)
-        .def_readwrite("spare3", &JDPoint::spare3)
-        .def_readwrite("pointDK", &JDPoint::pointDK)
-        .def_readwrite("pointType", &JDPoint::pointType);
+    Record<JDPoint>(m, "JDPoint", "One horizontal intersection point.")
+        .field("spare1", &JDPoint::spare1)
+        .field("radius", &JDPoint::radius)
+        .field("x", &JDPoint::x)
+        .field("y", &JDPoint::y)
+        .field("inTransitionLength", &JDPoint::inTransitionLength)
+        .field("outTransitionLength", &JDPoint::outTransitionLength)
+        .field("spare2", &JDPoint::spare2)
+        .field("spare3", &JDPoint::spare3)
+        .field("pointDK", &JDPoint::pointDK)
+        .field("pointType", &JDPoint::pointType);
 
-    record<RoadVerticalCurvePoint>(m, "RoadVerticalCurvePoint", "One vertical grade-change point.",
-                                   {"dk", "elevation", "radius", "reserved1", "reserved2",
-                                    "reserved3", "reserved4", "pointType"})
-        .def_readwrite("dk", &RoadVerticalCurvePoint::dk)
-        .def_readwrite("elevation", &RoadVerticalCurvePoint::elevation)
-        .def_readwrite("radius", &RoadVerticalCurvePoint::radius)
-        .def_readwrite("reserved1", &RoadVerticalCurvePoint::reserved1)
-        .def_readwrite("reserved2", &RoadVerticalCurvePoint::reserved2)
-        .def_readwrite("reserved3", &RoadVerticalCurvePoint::reserved3)
-        .def_readwrite("reserved4", &RoadVerticalCurvePoint::reserved4)
-        .def_readwrite("pointType", &RoadVerticalCurvePoint::pointType);
+    Record<RoadVerticalCurvePoint>(m, "RoadVerticalCurvePoint", "One vertical grade-change point.")
+        .field("dk", &RoadVerticalCurvePoint::dk)
+        .field("elevation", &RoadVerticalCurvePoint::elevation)
+        .field("radius", &RoadVerticalCurvePoint::radius)
+        .field("reserved1", &RoadVerticalCurvePoint::reserved1)
+        .field("reserved2", &RoadVerticalCurvePoint::reserved2)
+        .field("reserved3", &RoadVerticalCurvePoint::reserved3)
+        .field("reserved4", &RoadVerticalCurvePoint::reserved4)
+        .field("pointType", &RoadVerticalCurvePoint::pointType);
 
-    record<RoadVerticalCurve>(m, "RoadVerticalCurve",
-                              "One piece of the vertical profile: a grade line or a half curve.",
-                              {"startDK", "endDK", "startElevation", "endElevation", "length",
-                               "grade", "radius", "curveType", "concavity"})
-        .def_readwrite("startDK", &RoadVerticalCurve::startDK)
-        .def_readwrite("endDK", &RoadVerticalCurve::endDK)
-        .def_readwrite("startElevation", &RoadVerticalCurve::startElevation)
-        .def_readwrite("endElevation", &RoadVerticalCurve::endElevation)
-        .def_readwrite("length", &RoadVerticalCurve::length)
-        .def_readwrite("grade", &RoadVerticalCurve::grade)
-        .def_readwrite("radius", &RoadVerticalCurve::radius)
-        .def_readwrite("curveType", &RoadVerticalCurve::curveType)
-        .def_readwrite("concavity", &RoadVerticalCurve::concavity);
+    Record<RoadVerticalCurve>(m, "RoadVerticalCurve",
+                              "One piece of the vertical profile: a grade line or a half curve.")
+        .field("startDK", &RoadVerticalCurve::startDK)
+        .field("endDK", &RoadVerticalCurve::endDK)
+        .field("startElevation", &RoadVerticalCurve::startElevation)
+        .field("endElevation", &RoadVerticalCurve::endElevation)
+        .field("length", &RoadVerticalCurve::length)
+        .field("grade", &RoadVerticalCurve::grade)
+        .field("radius", &RoadVerticalCurve::radius)
+        .field("curveType", &RoadVerticalCurve::curveType)
+        .field("concavity", &RoadVerticalCurve::concavity);
 
-    record<BrokenChain>(m, "BrokenChain",
-                        "One chainage break: type 1 short chain, any other long chain.",
-                        {"type", "beforeDK", "afterDK"})
-        .def_readwrite("type", &BrokenChain::type)
-        .def_readwrite("beforeDK", &BrokenChain::beforeDK)
-        .def_readwrite("afterDK", &BrokenChain::afterDK);
+    Record<BrokenChain>(m, "BrokenChain",
+                        "One chainage break: type 1 short chain, any other long chain.")
+        .field("type", &BrokenChain::type)
+        .field("beforeDK", &BrokenChain::beforeDK)
+        .field("afterDK", &BrokenChain::afterDK);
 
-    record<DesignCruveInPut>(m, "DesignCruveInPut",
-                             "One straight (radius 0) or arc item of a drawn outline.",
-                             {"x1", "y1", "x2", "y2", "radius"})
-        .def_readwrite("x1", &DesignCruveInPut::x1)
-        .def_readwrite("y1", &DesignCruveInPut::y1)
-        .def_readwrite("x2", &DesignCruveInPut::x2)
-        .def_readwrite("y2", &DesignCruveInPut::y2)
-        .def_readwrite("radius", &DesignCruveInPut::radius);
+    Record<DesignCruveInPut>(m, "DesignCruveInPut",
+                             "One straight (radius 0) or arc item of a drawn outline.")
+        .field("x1", &DesignCruveInPut::x1)
+        .field("y1", &DesignCruveInPut::y1)
+        .field("x2", &DesignCruveInPut::x2)
+        .field("y2", &DesignCruveInPut::y2)
+        .field("radius", &DesignCruveInPut::radius);
+}
+
+/// The chainage arithmetic both classes share, text overloads first so that a str never
+/// reaches the number forms.
+template <class T>
+void bindChainArithmetic(py::class_<T>& c) {
+    c.def("calculateDKfromLength",
+          py::overload_cast<std::string, double>(&T::calculateDKfromLength, py::const_),
+          py::arg("dk"), py::arg("length"));
+    c.def("calculateDKfromLength",
+          py::overload_cast<double, double>(&T::calculateDKfromLength, py::const_), py::arg("dk"),
+          py::arg("length"));
+    c.def("calculateLengthBetween2DKs",
+          py::overload_cast<std::string, std::string>(&T::calculateLengthBetween2DKs, py::const_),
+          py::arg("dk1"), py::arg("dk2"));
+    c.def("calculateLengthBetween2DKs",
+          py::overload_cast<double, double>(&T::calculateLengthBetween2DKs, py::const_),
+          py::arg("dk1"), py::arg("dk2"));
+    addCopies(c);
 }
 
 void bindBrokenChainSet(py::module_& m) {
     using S = BrokenChainSet;
-    py::class_<S>(m, "BrokenChainSet", "The ordered chainage breaks of one route.")
-        .def(py::init<>())
-        .def("__copy__", [](const S& s) { return s; })
-        .def(
-            "__deepcopy__", [](const S& s, const py::dict&) { return s; }, py::arg("memo"))
+    py::class_<S> c(m, "BrokenChainSet", "The ordered chainage breaks of one route.");
+    c.def(py::init<>())
         .def("addChain", &S::addChain, py::arg("chain"))
         .def("getChains", &S::getChains)
         .def("setChains", &S::setChains, py::arg("chains"))
-        .def("clearChains", &S::clearChains)
-        // Text overloads first, so that a str never reaches the number forms.
-        .def("calculateDKfromLength",
-             py::overload_cast<std::string, double>(&S::calculateDKfromLength, py::const_),
-             py::arg("dk"), py::arg("length"))
-        .def("calculateDKfromLength",
-             py::overload_cast<double, double>(&S::calculateDKfromLength, py::const_),
-             py::arg("dk"), py::arg("length"))
-        .def(
-            "calculateLengthBetween2DKs",
-            py::overload_cast<std::string, std::string>(&S::calculateLengthBetween2DKs, py::const_),
-            py::arg("dk1"), py::arg("dk2"))
-        .def("calculateLengthBetween2DKs",
-             py::overload_cast<double, double>(&S::calculateLengthBetween2DKs, py::const_),
-             py::arg("dk1"), py::arg("dk2"));
+        .def("clearChains", &S::clearChains);
+    bindChainArithmetic(c);
+    addCopies(c);
 }
 
 void bindAlignment(py::module_& m) {
     using R = RoadCurvesCalculation;
     constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-    py::class_<R>(m, "RoadCurvesCalculation",
-                  "One route centre line: elements, intersection points, grade points, "
-                  "profile pieces and chainage breaks. Methods with out-parameters return a "
-                  "tuple: the return value first, then the out-parameters in order.")
-        .def(py::init<>())
-        .def("__copy__", [](const R& r) { return r; })
-        .def(
-            "__deepcopy__", [](const R& r, const py::dict&) { return r; }, py::arg("memo"))
+    py::class_<R> c(m, "RoadCurvesCalculation",
+                    "One route centre line: elements, intersection points, grade points, "
+                    "profile pieces and chainage breaks. Methods with out-parameters return a "
+                    "tuple: the return value first, then the out-parameters in order.");
+    bindChainArithmetic(c);
+    addCopies(c);
+    c.def(py::init<>())
         .def("addRoadCurves", &R::addRoadCurves, py::arg("curve"))
         .def("getRoadCruves", &R::getRoadCruves)
         .def("setBrokenChainSet", &R::setBrokenChainSet, py::arg("chainSet"))
         .def("addJDPoint", &R::addJDPoint, py::arg("point"))
         .def("addBPPoint", &R::addBPPoint, py::arg("point"))
-        .def("calculateDKfromLength",
-             py::overload_cast<std::string, double>(&R::calculateDKfromLength, py::const_),
-             py::arg("dk"), py::arg("length"))
-        .def("calculateDKfromLength",
-             py::overload_cast<double, double>(&R::calculateDKfromLength, py::const_),
-             py::arg("dk"), py::arg("length"))
-        .def(
-            "calculateLengthBetween2DKs",
-            py::overload_cast<std::string, std::string>(&R::calculateLengthBetween2DKs, py::const_),
-            py::arg("dk1"), py::arg("dk2"))
-        .def("calculateLengthBetween2DKs",
-             py::overload_cast<double, double>(&R::calculateLengthBetween2DKs, py::const_),
-             py::arg("dk1"), py::arg("dk2"))
         .def("inputLine", &R::inputLine, py::arg("startDK"), py::arg("endDK"), py::arg("startX"),
              py::arg("startY"), py::arg("bearing"))
         .def("inputLineCoor", &R::inputLineCoor, py::arg("startDK"), py::arg("startX"),
