@@ -315,3 +315,119 @@ TEST(RouteValues, CopiesAreDeepAndMovesKeepTheRoute) {
 }
 
 }  // namespace
+
+namespace {
+
+// Stations and labels of a table, as "station(occurrence) label".
+std::vector<std::string> tableOf(const Route& route, const TableRequest& request) {
+    std::vector<std::string> rows;
+    route.forEachTableRow(request, [&rows](const TableRow& r) {
+        rows.push_back(formatStation(r.station, StationStyle::Plain, 0) +
+                       (r.label.empty() ? "" : " " + r.label));
+    });
+    EXPECT_EQ(route.countTableRows(request), rows.size());
+    return rows;
+}
+
+TableRequest every(double interval) {
+    TableRequest r;
+    r.interval = interval;
+    return r;
+}
+
+TEST(RouteTable, ListsRoundStationsOfEachNumberingWithTheKeyPoints) {
+    using Rows = std::vector<std::string>;
+    // 300 = 340 at interval 100: 300 is the equation's row, then 400, 500 (never 440, 540).
+    EXPECT_EQ(tableOf(Route::build(straight(0, {{300, 340, ""}}, 1000)), every(100)),
+              (Rows{"0 BEGIN", "100", "200", "300 EQ 300.000 = 340.000", "400", "500", "600", "700",
+                    "800", "900", "1000", "1040 END"}));
+    // From -90 at interval 20: -80, -60, ...
+    const Rows fromMinus90 = tableOf(Route::build(straight(-90, {}, 200)), every(20));
+    EXPECT_EQ(Rows(fromMinus90.begin(), fromMinus90.begin() + 3),
+              (Rows{"-90 BEGIN", "-80", "-60"}));
+    // 2390 = 2330: 2340..2380 listed again on the second pass, marked.
+    EXPECT_EQ(tableOf(Route::build(straight(2300, {{2390, 2330, ""}}, 200)), every(20)),
+              (Rows{"2300 BEGIN", "2320", "2340", "2360", "2380", "02330 EQ 2390.000 = 2330.000",
+                    "02340", "02360", "02380", "2400", "2420", "2440 END"}));
+    // A range and an asked-for station (333 does not exist; 450 lies 410 along).
+    TableRequest part = every(100);
+    part.from = Station{250, 1};
+    part.to = Station{520, 1};
+    part.at = {{450, 1}, {333, 1}};
+    EXPECT_EQ(tableOf(Route::build(straight(0, {{300, 340, ""}}, 1000)), part),
+              (Rows{"300 EQ 300.000 = 340.000", "400", "450", "500"}));
+}
+
+TEST(RouteKeyPoints, NameEveryCurvesMainPointsAfterItsIntersectionPoint) {
+    const Route route = Route::build(twoCurves());
+    std::vector<std::string> labels;
+    for (const KeyPoint& k : route.keyPoints(true, false)) labels.push_back(k.label);
+    EXPECT_EQ(labels, (std::vector<std::string>{"BEGIN", "EQ 100.000 = 150.000", "JD1 TS", "JD1 SC",
+                                                "JD1 MC", "JD1 CS", "JD1 ST", "JD2 PC", "JD2 MC",
+                                                "JD2 PT", "END"}));
+    labels.clear();
+    for (const KeyPoint& k : route.keyPoints(false, true)) labels.push_back(k.label);
+    EXPECT_EQ(labels, (std::vector<std::string>{"BEGIN", "EQ 100.000 = 150.000", "BP1 BVC",
+                                                "BP1 PVI", "BP1 HIGH", "BP1 EVC", "BP2 BVC",
+                                                "BP2 PVI", "BP2 LOW", "BP2 EVC", "END"}));
+    // The quarter turn: PC 1050, MC and PT a half and a whole arc of 25 pi further.
+    const Route quarter = Route::build(quarterTurn());
+    const std::vector<KeyPoint> keys = quarter.keyPoints();
+    ASSERT_EQ(keys.size(), 5u);
+    EXPECT_NEAR(keys[1].station.value, 1050, rcc_test::kExact);
+    EXPECT_NEAR(keys[2].station.value, 1050 + 12.5 * kPi, rcc_test::kExact);
+    EXPECT_NEAR(keys[3].station.value, 1050 + 25 * kPi, rcc_test::kExact);
+    EXPECT_STREQ(keyPointCode(KeyPointType::HighPoint), "HIGH");
+}
+
+TEST(RouteCurves, GroupElementsIntoCurvesByTheirArcs) {
+    const double inf = HUGE_VAL;
+    const auto in = [inf](double r, int turn) {
+        return curved(ElementKind::InTransition, 40, inf, r, turn);
+    };
+    const auto out = [inf](double r, int turn) {
+        return curved(ElementKind::OutTransition, 40, r, inf, turn);
+    };
+    const auto arc = [](double r, int turn) { return curved(ElementKind::Arc, 50, r, r, turn); };
+    const auto between = [](double r1, double r2) {
+        return curved(ElementKind::TransitionBetweenRadii, 30, r1, r2, 1);
+    };
+    using Spans = std::vector<std::pair<std::size_t, std::size_t>>;
+    const struct {
+        const char* note;
+        std::vector<ElementDescription> elements;
+        Spans curves;
+    } cases[] = {
+        {"spiral, arc, spiral",
+         {line(50), in(200, 1), arc(200, 1), out(200, 1), line(50)},
+         Spans{{1, 3}}},
+        {"reverse pair",
+         {in(200, 1), arc(200, 1), out(200, 1), in(300, -1), arc(300, -1), out(300, -1)},
+         Spans{{0, 2}, {3, 5}}},
+        // Rising curvature enters the sharper arc; falling leaves the sharper one.
+        {"compound, sharpening",
+         {in(400, 1), arc(400, 1), between(400, 200), arc(200, 1)},
+         Spans{{0, 1}, {2, 3}}},
+        {"compound, easing",
+         {in(200, 1), arc(200, 1), between(200, 400), arc(400, 1)},
+         Spans{{0, 2}, {3, 3}}},
+        {"spirals meeting", {line(50), in(200, 1), out(200, 1), line(50)}, Spans{{1, 2}}},
+        {"arc after arc", {arc(300, 1), arc(200, 1)}, Spans{{0, 0}, {1, 1}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.note);
+        const Route route = Route::build(elementRoute(0, {}, c.elements));
+        Spans got;
+        for (const CurveInfo& curve : route.curves())
+            got.emplace_back(curve.firstElement, curve.lastElement);
+        EXPECT_EQ(got, c.curves);
+        EXPECT_EQ(route.curves().front().name, "C1");
+        expectSameBitsAsLibrary(route);
+    }
+    // A reverse pair's two curves meet in one table row, 40 + 50 + 40 along.
+    const Route reverse = Route::build(elementRoute(0, {}, cases[1].elements));
+    const std::vector<std::string> rows = tableOf(reverse, every(0));
+    EXPECT_NE(std::find(rows.begin(), rows.end(), "130 C1 ST / C2 TS"), rows.end());
+}
+
+}  // namespace
