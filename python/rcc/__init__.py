@@ -125,10 +125,10 @@ def _station_arg(name, value):
     if value is None:
         return None
     if isinstance(value, str):
-        station = parse_station(value) if value.strip() else (math.nan, 0)
-        if station[1] == 0:
+        values, occurrences = parse_station([value])
+        if occurrences[0] == 0:
             raise ValueError(f"{name}: {value!r} is not a station")
-        return station
+        return float(values[0]), int(occurrences[0])
     number = length_value(name, value)
     if math.isinf(number):
         raise ValueError(f"{name} must be finite")
