@@ -31,6 +31,7 @@ def in_chunks(route, n, chunk, seed):
     """Stakes and projects chunk by chunk; memory stays that of one chunk's columns."""
     rng = np.random.default_rng(seed)
     station = np.empty(n)
+    occurrence = np.empty(n, dtype=np.int8)
     offset = np.empty(n)
     worst = 0.0
     for first in range(0, n, chunk):
@@ -38,10 +39,11 @@ def in_chunks(route, n, chunk, seed):
         x, y, lengths, offsets = stake(route, rng, count)
         feet = route.locate(x, y)
         station[first:first + count] = feet.station
+        occurrence[first:first + count] = feet.occurrence
         offset[first:first + count] = feet.offset
         worst = max(worst, np.max(np.abs(feet.length - lengths)),
                     np.max(np.abs(feet.offset - offsets)))
-    return station, offset, worst
+    return station, occurrence, offset, worst
 
 
 def with_dask(route, n, chunk, seed):
@@ -74,11 +76,12 @@ def main():
     route = rcc.Route.from_file(args.route)
 
     start = time.perf_counter()
-    station, offset, worst = in_chunks(route, args.points, args.chunk, seed=1)
+    station, occurrence, offset, worst = in_chunks(route, args.points, args.chunk, seed=1)
     seconds = time.perf_counter() - start
     print(f"numpy chunks: {args.points:,} points staked and located in {seconds:.1f} s, "
           f"largest miss {worst * 1000:.4f} mm")
-    print(f"  first stations: {rcc.format_station(station[:3])}, offsets {offset[:3].round(3)}")
+    print(f"  first stations: {rcc.format_station(station[:3], occurrence[:3])}, "
+          f"offsets {offset[:3].round(3)}")
 
     try:
         start = time.perf_counter()
