@@ -142,10 +142,17 @@ class Route:
         raise TypeError("use rcc.Route.from_file(path) or rcc.Route.from_dict(d)")
 
     @classmethod
-    def _wrap(cls, handle):
+    def _wrap(cls, handle, source):
         route = object.__new__(cls)
         route._route = handle
+        route._source = source
         return route
+
+    def __reduce__(self):
+        # Pickled as what it was built from (the file's path, or the dict's JSON text), so
+        # that worker processes (multiprocessing, dask's process or distributed schedulers)
+        # rebuild the same route.
+        return _rebuild, self._source
 
     @classmethod
     def from_file(cls, path, alignment=None):
@@ -159,7 +166,7 @@ class Route:
             raise TypeError("path must be text, not bytes")
         if alignment is not None and not isinstance(alignment, str):
             raise TypeError(f"alignment must be a str or None, not {type(alignment).__name__}")
-        return cls._wrap(_rcc.read_route_file(path, alignment or ""))
+        return cls._wrap(_rcc.read_route_file(path, alignment or ""), ("file", path, alignment))
 
     @classmethod
     def from_dict(cls, d, source="<dict>"):
@@ -170,7 +177,7 @@ class Route:
             text = json.dumps(d, allow_nan=False)
         except (TypeError, ValueError) as error:
             raise type(error)(f"d cannot be written as route JSON: {error}") from None
-        return cls._wrap(_rcc.read_route_json(text, source))
+        return cls._wrap(_rcc.read_route_json(text, source), ("json", text, source))
 
     # Properties of the whole route.
     @property
@@ -293,3 +300,10 @@ class Route:
         profile_ax is None without a profile. Needs matplotlib."""
         from ._plot import plot
         return plot(self, ax, profile_ax)
+
+
+def _rebuild(kind, text, option):
+    """A route from what __reduce__ kept: a file path and alignment, or JSON and its name."""
+    if kind == "file":
+        return Route.from_file(text, option)
+    return Route._wrap(_rcc.read_route_json(text, option), (kind, text, option))
