@@ -166,7 +166,8 @@ class Route:
             raise TypeError("path must be text, not bytes")
         if alignment is not None and not isinstance(alignment, str):
             raise TypeError(f"alignment must be a str or None, not {type(alignment).__name__}")
-        return cls._wrap(_rcc.read_route_file(path, alignment or ""), ("file", path, alignment))
+        handle = _rcc.read_route_file(path, alignment or "")
+        return cls._wrap(handle, ("file", os.path.abspath(path), alignment))
 
     @classmethod
     def from_dict(cls, d, source="<dict>"):
