@@ -9,8 +9,18 @@ deflection, turnDirection)``). Records take their fields as keywords:
 
 from ._rcc import core as _core
 
+BrokenChain = _core.BrokenChain
+BrokenChainSet = _core.BrokenChainSet
+DesignCruveInPut = _core.DesignCruveInPut
+JDPoint = _core.JDPoint
+RoadCurve = _core.RoadCurve
+RoadCurvesCalculation = _core.RoadCurvesCalculation
+RoadVerticalCurve = _core.RoadVerticalCurve
+RoadVerticalCurvePoint = _core.RoadVerticalCurvePoint
+analysisDesignCurves = _core.analysisDesignCurves
+calculateBearing = _core.calculateBearing
+calculateBearingRad = _core.calculateBearingRad
+
 __all__ = ["BrokenChain", "BrokenChainSet", "DesignCruveInPut", "JDPoint", "RoadCurve",
            "RoadCurvesCalculation", "RoadVerticalCurve", "RoadVerticalCurvePoint",
            "analysisDesignCurves", "calculateBearing", "calculateBearingRad"]
-
-globals().update({name: getattr(_core, name) for name in __all__})
