@@ -9,6 +9,7 @@
 #include <cmath>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -16,6 +17,9 @@ namespace {
 using namespace qv::route;
 
 constexpr double kPi = 3.141592653589793;
+/// An element's chainage as the library stored it against the station the layer computes
+/// there: six-decimal rounding of the sums that made each (length units).
+constexpr double kSameChainage = 1e-5;
 
 ElementDescription line(double length) {
     ElementDescription e;
@@ -25,13 +29,7 @@ ElementDescription line(double length) {
 
 ElementDescription curved(ElementKind kind, double length, double startRadius, double endRadius,
                           int turn) {
-    ElementDescription e;
-    e.kind = kind;
-    e.length = length;
-    e.startRadius = startRadius;
-    e.endRadius = endRadius;
-    e.turn = turn;
-    return e;
+    return ElementDescription{kind, length, startRadius, endRadius, turn, {}, {}, {}, ""};
 }
 
 RouteDescription elementRoute(double start, std::vector<StationEquation> equations,
@@ -51,13 +49,7 @@ RouteDescription straight(double start, std::vector<StationEquation> equations, 
 }
 
 IntersectionPoint ip(double x, double y, double radius = 0, double l1 = 0, double l2 = 0) {
-    IntersectionPoint p;
-    p.x = x;
-    p.y = y;
-    p.radius = radius;
-    p.inTransitionLength = l1;
-    p.outTransitionLength = l2;
-    return p;
+    return IntersectionPoint{"", x, y, radius, l1, l2};
 }
 
 // Start 1000, a left turn of 90 degrees at (100, 0) on R 50: T = R tan(45) = 50, arc 25 pi.
@@ -89,8 +81,9 @@ void expectSameBitsAsLibrary(const Route& route) {
     for (const EquationInfo& eq : route.equations()) {
         if (eq.isBreak) breaks.push_back(eq.length);
     }
-    // The library cannot tell which pass an element's unmarked start chainage means.
-    const auto holdsBreak = [&breaks, &route](double from, double to) {
+    // The library cannot tell which pass an unmarked start chainage means, nor follow a break
+    // inside an element or piece.
+    const auto unclear = [&breaks, &route](double from, double to) {
         const Station start = route.stationAt(from);
         if (start.occurrence != 1 || route.lengthAt({start.value, 2})) return true;
         for (double b : breaks) {
@@ -98,23 +91,45 @@ void expectSameBitsAsLibrary(const Route& route) {
         }
         return false;
     };
+    std::vector<double> samples;
+    for (int j = 0; j < kSamples; ++j) samples.push_back(route.length() * (j + 0.37) / kSamples);
+    for (const KeyPoint& k : route.keyPoints()) samples.push_back(k.length);  // element ends
     int compared = 0;
-    for (int j = 0; j < kSamples; ++j) {
-        Station s = route.stationAt(route.length() * (j + 0.37) / kSamples);
+    for (const double length : samples) {
+        Station s = route.stationAt(length);
         s.value = std::stod(std::to_string(s.value));  // what the library's text can say
         if (s.occurrence != 1 || route.lengthAt({s.value, 2})) continue;
         const std::optional<RoutePoint> p = route.pointAt(s);
         ASSERT_TRUE(p.has_value());
-        const double start = route.elementStart(p->element);
-        if (holdsBreak(start, start + route.elements()[p->element].length)) continue;
+        // The library numbers fitted curves by plain addition, past any break on them; at an
+        // element's end either element may answer.
+        const auto elementUnclear = [&route, &unclear](std::size_t i) {
+            const double start = route.elementStart(i);
+            return unclear(start, start + route.elements()[i].length) ||
+                   std::fabs(route.elements()[i].startDK - route.stationAt(start).value) >
+                       kSameChainage;
+        };
+        const std::size_t i = p->element;
+        const double start = route.elementStart(i);
+        const double end = start + route.elements()[i].length;
+        if (elementUnclear(i) ||
+            (i > 0 && p->length - start < kSameChainage && elementUnclear(i - 1)) ||
+            (i + 1 < route.elements().size() && end - p->length < kSameChainage &&
+             elementUnclear(i + 1))) {
+            continue;
+        }
+        bool pieceUnclear = false;
         for (std::size_t k = 0; k < route.profilePieces().size(); ++k) {
             const double from = route.profilePieceStart(k);
             const double to = from + route.profilePieces()[k].length;
-            if (p->length >= from && p->length <= to && holdsBreak(from, to)) s.occurrence = 0;
+            pieceUnclear =
+                pieceUnclear || (p->length >= from && p->length <= to && unclear(from, to));
         }
-        if (s.occurrence == 0) continue;
+        if (pieceUnclear) continue;
         double x = 0, y = 0, z = std::nan("");
         const std::string text = std::to_string(s.value);
+        // Beyond the library's last element it answers that element's end.
+        if (!route.alignment().isDKOnAlignment(text)) continue;
         const double bearing = route.alignment().calculateCoordinatesAndBearing(text, x, y, z);
         EXPECT_TRUE(sameBits(p->x, x)) << text;
         EXPECT_TRUE(sameBits(p->y, y)) << text;
@@ -179,6 +194,25 @@ TEST(RouteStations, FollowTheNumberingThroughEveryKindOfEquation) {
          {{-320, 1, 180}, {-320, 2, 230}, {-400, 1, 100}, {-200, 1, 350}}},
         // A start in (0, 1) with a long chain 300 = 200: the chain still counts.
         {"start at 0.5", straight(0.5, {{300, 200, ""}}, 1200), 1100.5, {{250.5, 2, 350}}},
+        // Short chain 1080 = 1100 on the quarter turn's arc (1050 to 1050 + 25 pi).
+        {"short chain on a fitted arc",
+         [] {
+             RouteDescription d = quarterTurn();
+             d.equations = {{1080, 1100, ""}};
+             return d;
+         }(),
+         1198.5398163397448,  // 1000 + 100 + 25 pi + 20
+         {{1090, 1, std::nullopt}, {1080, 1, 80}, {1150, 1, 130}, {1150, 2, std::nullopt}}},
+        // Two points: one straight of 1000 (a 3-4-5 triangle), built from its end points.
+        {"two points",
+         [] {
+             RouteDescription d;
+             d.startStation = 100;
+             d.horizontal.points = {ip(0, 0), ip(600, 800)};
+             return d;
+         }(),
+         1100,
+         {{500, 1, 400}, {50, 1, -50}}},
         // A label (back == ahead) is no break.
         {"label", straight(-90, {{500, 500, "km post"}}, 1000), 910, {{-80, 1, 10}, {500, 1, 590}}},
     };
@@ -241,6 +275,7 @@ TEST(RouteGeometry, BreaksOnAnArcAndATransitionChangeTheNumberingNotTheGeometry)
     // the arc: 120 + (210 - 130) = 200 at length 210.
     const Route broken = Route::build(elementRoute(0, {{130, 120, ""}, {200, 250, ""}}, elements));
     const Route plain = Route::build(elementRoute(0, {}, elements));
+    expectSameBitsAsLibrary(plain);
     EXPECT_NEAR(broken.endStation().value, 460, rcc_test::kExact);
     expectStations(broken, {{125, 1, 125},
                             {125, 2, 135},
@@ -283,7 +318,7 @@ TEST(RouteProfile, GradesAndElevationsFollowTheStationsNotTheirText) {
     EXPECT_NEAR(route.pointAt({100.5, 1})->elevation, 11, rcc_test::kExact);
     expectSameBitsAsLibrary(route);
 
-    // Crest at 250 on R 2000 between +0.8 % and -0.6667 %; a sag at 700 given by L 60.
+    // Crest at 250 on R 2000 between +1 % and -0.667 %; a sag at 700 given by L 60.
     const Route curves = Route::build(twoCurves());
     ASSERT_EQ(curves.verticalCurves().size(), 2u);
     const VerticalCurveInfo& crest = curves.verticalCurves()[0];
@@ -312,6 +347,31 @@ TEST(RouteValues, CopiesAreDeepAndMovesKeepTheRoute) {
     EXPECT_EQ(p.y, q.y);
     EXPECT_EQ(copy.curves().size(), 2u);
     EXPECT_NE(&copy.elements(), &moved.elements());
+}
+
+TEST(RouteValues, ThreadsSharingOneRouteGetTheSingleThreadAnswers) {
+    const Route route = Route::build(twoCurves());
+    TableRequest request;
+    request.interval = 7;
+    const auto walk = [&route, &request] {
+        std::vector<double> values;
+        route.forEachTableRow(request, [&route, &values](const TableRow& r) {
+            const RoutePoint p = route.pointAtLength(r.length, 1.5);
+            values.insert(values.end(), {p.x, p.y, p.elevation, route.locate(p.x, p.y).offset});
+        });
+        return values;
+    };
+    const std::vector<double> alone = walk();
+    constexpr int kThreads = 4;
+    std::vector<std::vector<double>> results(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&results, &walk, t] { results[t] = walk(); });
+    for (std::thread& t : threads) t.join();
+    for (const std::vector<double>& r : results) {
+        ASSERT_EQ(r.size(), alone.size());
+        for (std::size_t i = 0; i < r.size(); ++i) EXPECT_TRUE(sameBits(r[i], alone[i])) << i;
+    }
 }
 
 }  // namespace
@@ -428,6 +488,123 @@ TEST(RouteCurves, GroupElementsIntoCurvesByTheirArcs) {
     const Route reverse = Route::build(elementRoute(0, {}, cases[1].elements));
     const std::vector<std::string> rows = tableOf(reverse, every(0));
     EXPECT_NE(std::find(rows.begin(), rows.end(), "130 C1 ST / C2 TS"), rows.end());
+}
+
+}  // namespace
+
+namespace {
+
+TEST(RouteBuild, RefusesWhatCannotBeBuiltNamingTheField) {
+    const auto points = [](std::vector<IntersectionPoint> p) {
+        RouteDescription d;
+        d.horizontal.points = std::move(p);
+        return d;
+    };
+    const auto withProfile = [](RouteDescription d, std::vector<GradePoint> profile) {
+        d.profile = std::move(profile);
+        return d;
+    };
+    const auto withStart = [](RouteDescription d, double start) {
+        d.startStation = start;
+        return d;
+    };
+    RouteDescription farBearing = straight(0, {}, 100);
+    farBearing.horizontal.startBearing = 1e300;
+    ElementDescription noTurn = curved(ElementKind::Arc, 10, 50, 50, 0);
+    const GradePoint g0{"", {0, 1}, 0, 0, 0}, g500{"", {500, 1}, 5, 0, 0};
+    const struct {
+        RouteDescription description;
+        const char* path;
+    } cases[] = {
+        {points({ip(0, 0)}), "horizontal.points"},
+        {points({ip(0, 0), ip(1e300, 0)}), "horizontal.points[1].x"},
+        {points({ip(0, 0), ip(100, 0, 0), ip(100, 100)}), "horizontal.points[1].radius"},
+        {points({ip(0, 0), ip(0, 0)}), "horizontal.points[1]"},
+        // Collinear: the library refuses to fit a curve.
+        {points({ip(0, 0), ip(100, 0, 50), ip(200, 0)}), "horizontal.points[1]"},
+        // T = 200 tan 45 = 200: the curve overruns the first leg of 100, or the last.
+        {points({ip(0, 0), ip(100, 0, 200), ip(100, 1000)}), "horizontal.points[1]"},
+        {points({ip(0, 0), ip(1000, 0, 200), ip(1000, 100)}), "horizontal.points[2]"},
+        {straight(0, {{500, 520, ""}, {300, 340, ""}}, 1000), "equations[1]"},
+        {straight(0, {{100, -50, ""}}, 1000), "equations[0]"},
+        {straight(0, {{300, 340, ""}, {320, 320, "in the gap"}}, 1000), "equations[1]"},
+        // 1000..1050 after 1100 = 1000 lies inside the first numbering's stretch.
+        {straight(0, {{1100, 1000, ""}, {1050, 1200, ""}}, 2000), "equations[1]"},
+        {withStart(straight(0, {}, 100), 1e10), "startStation"},
+        {elementRoute(0, {}, {}), "horizontal.elements"},
+        {elementRoute(0, {}, {line(0)}), "horizontal.elements[0].length"},
+        {elementRoute(0, {}, {line(1e12)}), "horizontal.elements[0].length"},
+        {elementRoute(0, {}, {curved(ElementKind::Arc, 10, -5, -5, 1)}),
+         "horizontal.elements[0].startRadius"},
+        {elementRoute(0, {}, {noTurn}), "horizontal.elements[0].turn"},
+        {farBearing, "horizontal.startBearing"},
+        {withProfile(straight(0, {}, 1000), {g0, g500}), "profile"},
+        {withProfile(straight(0, {}, 1000), {g0, g500, {"", {400, 1}, 0, 0, 0}}),
+         "profile[2].station"},
+        // 320 lies in the gap of 300 = 340.
+        {withProfile(straight(0, {{300, 340, ""}}, 1000), {g0, {"", {320, 1}, 3, 0, 0}, g500}),
+         "profile[1].station"},
+    };
+    for (const auto& c : cases) {
+        try {
+            Route::build(c.description);
+            ADD_FAILURE() << "built; expected a refusal at " << c.path;
+        } catch (const RouteError& e) {
+            EXPECT_EQ(e.path(), c.path) << e.what();
+            EXPECT_EQ(std::string(e.what()).rfind(std::string(c.path) + ": ", 0), 0u) << e.what();
+        }
+    }
+}
+
+TEST(RouteCheck, ReportsEachDesignFaultAtItsField) {
+    using Severity = Diagnostic::Severity;
+    const auto findings = [](const RouteDescription& d) {
+        std::vector<std::string> got;
+        const Route route = Route::build(d);
+        expectSameBitsAsLibrary(route);
+        for (const Diagnostic& f : route.check()) {
+            got.push_back((f.severity == Severity::Error ? "E " : "W ") + f.path);
+        }
+        return got;
+    };
+    using Found = std::vector<std::string>;
+    EXPECT_EQ(findings(quarterTurn()), Found{});
+    EXPECT_EQ(findings(twoCurves()), Found{});
+    // Two quarter turns on R 60: T = 60 tan 45 = 60 each, 120 on the middle leg of 100.
+    RouteDescription overlap;
+    overlap.horizontal.points = {ip(0, 0), ip(100, 0, 60), ip(100, 100, 60), ip(200, 100)};
+    // The second curve starts where the first ends, 20 past its own TS: the end is missed.
+    EXPECT_EQ(findings(overlap), (Found{"E horizontal.points[2]", "E horizontal.points[3]"}));
+    // Nearly straight through on R 1: an arc of 2e-6 still takes one evaluation step of 1e-4,
+    // turning the closing straight by about 1e-4 rad: about 0.1 off at its end, 1000 on.
+    RouteDescription kinked;
+    kinked.horizontal.points = {ip(0, 0), ip(1000, 0.001, 1), ip(2000, 0)};
+    EXPECT_EQ(findings(kinked), Found{"E horizontal.points[2]"});
+    // Each transition of 200 on R 100 turns 1 rad; the deflection is 30 degrees.
+    RouteDescription spirals;
+    spirals.horizontal.points = {ip(0, 0), ip(1000, 0, 100, 200, 200),
+                                 ip(1000 + 1000 * std::cos(kPi / 6), 1000 * std::sin(kPi / 6))};
+    const Found turning = findings(spirals);
+    EXPECT_NE(std::find(turning.begin(), turning.end(), "E horizontal.points[1]"), turning.end());
+    // A gap of 0.01, a kink of 0.01 rad and an end 0.5 off the expected one.
+    ElementDescription second = line(100);
+    second.start = PlanePoint{100, 0.01};
+    second.startBearing = 0.01;
+    ElementDescription first = line(100);
+    first.expectedEnd = PlanePoint{100, 0.5};
+    EXPECT_EQ(findings(elementRoute(0, {}, {first, second})),
+              (Found{"W horizontal.elements[0].expectedEnd", "E horizontal.elements[1].start",
+                     "W horizontal.elements[1].startBearing"}));
+    // Grades +10 % and -10 % on R 10000: T = 1000 on grade lines of 100.
+    RouteDescription crest = straight(0, {}, 200);
+    crest.profile = {{"", {0, 1}, 0, 0, 0}, {"", {100, 1}, 10, 10000, 0}, {"", {200, 1}, 0, 0, 0}};
+    EXPECT_EQ(findings(crest), (Found{"E profile[1]", "E profile[1]"}));
+}
+
+TEST(RouteTable, CountsAnAbsurdRequestWithoutListingIt) {
+    // 1000 long at an interval of 1e-9: about 1e12 rows, counted, not streamed.
+    const Route route = Route::build(straight(0, {}, 1000));
+    EXPECT_NEAR(static_cast<double>(route.countTableRows(every(1e-9))), 1e12, 1e3);
 }
 
 }  // namespace

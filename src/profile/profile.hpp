@@ -21,6 +21,8 @@ constexpr int kNoConcavity = 0;
 
 /// pointType of the grade-change points that open and close a profile.
 constexpr int kProfileEndPoint = 0;
+/// pointType written for a grade change between them (any other value would do).
+constexpr int kProfileGradeChange = 1;
 
 /// Status of the conversion: done (or nothing to do), and refused with nothing changed
 /// (no points, or a first point that does not open the profile).

@@ -50,11 +50,14 @@ Numbering::Numbering(double startStation, const std::vector<StationEquation>& eq
         const double at = current.length + (eq.back - current.station);
         regions_.push_back(Region{at, eq.ahead, kInfinity});
     }
-    for (const StationEquation& eq : equations) {
+    for (std::size_t i = 0; i < equations.size(); ++i) {
         EquationInfo info;
-        info.equation = eq;
-        info.isBreak = eq.back != eq.ahead;
-        info.length = *lengthAt(Station{eq.back, 1});  // back ends a region: it exists
+        info.equation = equations[i];
+        info.isBreak = info.equation.back != info.equation.ahead;
+        // A break's back station ends a region, so it exists; a label may fall in a gap.
+        const std::optional<double> at = lengthAt(Station{info.equation.back, 1});
+        if (!at) throw RouteError(equationPath(i), "its station does not exist on this route");
+        info.length = *at;
         equations_.push_back(info);
     }
 }

@@ -16,8 +16,6 @@ namespace qv::route::detail {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-/// pointType of an intersection point or grade point between the first and the last.
-constexpr int kMiddlePoint = 1;
 /// Largest difference, in length units, between the length the library measures between
 /// two chainages written with six decimals and the length meant: the rounding of both
 /// texts (5e-7 each) plus that of the subtraction at |station| up to 1e9.
@@ -65,8 +63,8 @@ BrokenChainSet breaksOf(const Numbering& numbering) {
     for (const EquationInfo& info : numbering.equations()) {
         if (!info.isBreak) continue;
         const StationEquation& eq = info.equation;
-        // The library's chain types: 1 short (numbers skipped), 0 long (numbers repeated).
-        set.addChain(BrokenChain{eq.ahead > eq.back ? 1 : 0, eq.back, eq.ahead});
+        const int type = eq.ahead > eq.back ? rcc::kShortChainType : rcc::kLongChainType;
+        set.addChain(BrokenChain{type, eq.back, eq.ahead});
     }
     return set;
 }
@@ -116,7 +114,7 @@ void buildIntersectionPoints(RouteData& d, std::vector<RoadCurve>& elements) {
         jd.pointDK = i == 0 ? start : 0.0;
         jd.pointType = i == 0                   ? rcc::kJDStartPoint
                        : i + 1 == points.size() ? rcc::kJDEndPoint
-                                                : kMiddlePoint;
+                                                : rcc::kJDMiddlePoint;
         d.alignment.addJDPoint(jd);
         if (i < 2) continue;
         // The curve at the point before the newest one, fitted as soon as its next point is known.
@@ -181,6 +179,18 @@ void buildIntersectionPoints(RouteData& d, std::vector<RoadCurve>& elements) {
     }
     if (curve != d.curves.size()) {
         throw RouteError(base, "the fitted elements do not match the intersection points");
+    }
+    // The library keeps the first and the closing straight whatever the sign of their length;
+    // a negative one (a tangent longer than its leg) would run the route backwards.
+    if (elements.front().length < 0) {
+        throw RouteError(indexed(base, 1),
+                         "the curve's tangent is longer than the leg from the "
+                         "start point (the curve overruns it)");
+    }
+    if (elements.back().length < 0) {
+        throw RouteError(indexed(base, points.size() - 1),
+                         "the last curve's tangent is longer than the leg to the end point (the "
+                         "curve overruns it)");
     }
 }
 
@@ -417,6 +427,9 @@ void buildHorizontal(RouteData& d) {
                                            shortNumber(kMaxRouteLength));
     }
     d.table = ElementTable(std::move(elements));
+    for (const RoadCurve& e : d.table.elements()) {
+        d.elementStartTexts.push_back(rcc::parseDKText(rcc::formatDK(e.startDK)));
+    }
     for (CurveInfo& c : d.curves) {
         c.startLength = d.table.start(c.firstElement);
         c.endLength = d.table.start(c.lastElement + 1);
@@ -470,7 +483,7 @@ void buildProfile(RouteData& d) {
         }
         bp.elevation = p.elevation;
         const bool middle = i > 0 && i + 1 < points.size();
-        bp.pointType = middle ? kMiddlePoint : rcc::kProfileEndPoint;
+        bp.pointType = middle ? rcc::kProfileGradeChange : rcc::kProfileEndPoint;
         bp.radius = middle ? p.radius : 0.0;
         if (middle && p.length > 0) {
             // A curve given by its length L = 2T: R = L / |g2 - g1|, grades from the points.
@@ -509,18 +522,27 @@ void buildProfile(RouteData& d) {
     d.pieces = d.alignment.getVerticalCurves();
     d.pieceStarts.reserve(d.pieces.size());
     for (std::size_t k = 0; k < d.pieces.size(); ++k) {
-        // The library laid each piece from its start text (mark included); read it once.
-        // Text the mark cannot express ("0-330", a value in (0, 1) read as marked) falls
-        // back to the end of the piece before.
+        // The library laid each piece from its start text (mark included): read it once, so
+        // that piece ends fall where the library's do. Text the mark cannot express ("0-330",
+        // a value in (0, 1) that reads as marked) or that strays from the end of the piece
+        // before (laid from such text) gives way to that end.
         const RoadVerticalCurve& piece = d.pieces[k];
         const rcc::DKValue dk = rcc::readDK(piece.startDK);
+        d.pieceStartTexts.push_back(dk);
+        d.pieceEndTexts.push_back(rcc::parseDKText(piece.endDK));
+        const bool negativeMark = dk.marked && piece.startDK.size() > 1 && piece.startDK[1] == '-';
         std::optional<double> start = d.numbering.lengthAt(Station{dk.value, dk.marked ? 2 : 1});
-        if (dk.marked && (piece.startDK.size() > 1 && piece.startDK[1] == '-')) start.reset();
         if (!start && dk.marked && dk.value > 0 && dk.value < 1) {
             start = d.numbering.lengthAt(Station{dk.value, 1});
         }
-        if (k == 0) start = lengths.front();
-        if (!start) start = d.pieceStarts.back() + d.pieces[k - 1].length;
+        if (k == 0) {
+            start = lengths.front();
+        } else {
+            const double previousEnd = d.pieceStarts.back() + d.pieces[k - 1].length;
+            if (negativeMark || !start || !(std::fabs(*start - previousEnd) <= kTextRounding)) {
+                start = previousEnd;
+            }
+        }
         d.pieceStarts.push_back(*start);
     }
     // The j-th first half belongs to the j-th vertical curve that has one.

@@ -305,6 +305,4 @@ std::size_t Route::countTableRows(const TableRequest& request) const {
     return n;
 }
 
-std::vector<Diagnostic> Route::check(const CheckOptions&) const { return {}; }
-
 }  // namespace qv::route
