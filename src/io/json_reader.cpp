@@ -19,7 +19,9 @@
 #include <optional>
 #include <string>
 
+#include "chainage/chainage.hpp"
 #include "horizontal/horizontal.hpp"
+#include "io/message.hpp"
 
 namespace qv::route {
 
@@ -27,8 +29,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::size_t kMaxMessage = 300;  // characters of a message before it is cut short
-constexpr std::size_t kMaxQuoted = 60;    // characters of a value quoted inside a message
 // JSON values per file. The parsed tree costs some 50 bytes per value, so this bounds the
 // reader's memory to a few hundred MiB whatever the file holds.
 constexpr std::size_t kMaxValues = 5'000'000;
@@ -45,45 +45,13 @@ bool isContinuationByte(char c) {
     return (static_cast<unsigned char>(c) & kUtf8Continuation) == kUtf8ContinuationValue;
 }
 
-// One line of at most kMaxMessage characters: control characters escaped as \n, \t or \xNN,
-// the rest cut short (on a character boundary) with "...".
-std::string oneLine(const std::string& text, std::size_t limit = kMaxMessage) {
-    static const char* const kHex = "0123456789abcdef";
-    std::string out;
-    std::size_t characters = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (!isContinuationByte(c) && ++characters > limit) {
-            out += "...";
-            break;
-        }
-        const auto u = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            out += "\\n";
-        } else if (c == '\t') {
-            out += "\\t";
-        } else if (c == '\r') {
-            out += "\\r";
-        } else if (u < 0x20 || u == 0x7F) {  // C0 controls and DEL
-            out += "\\x";
-            out += kHex[u >> 4];
-            out += kHex[u & 0xF];
-        } else {
-            out += c;
-        }
-    }
-    return out;
-}
-
-std::string quoted(const std::string& text) { return "\"" + oneLine(text, kMaxQuoted) + "\""; }
-
 // A value as a message shows it: short scalars as written, containers by their kind only (a
 // long or deep value is never serialised into a message).
 std::string describe(const Json& value) {
-    if (value.is_string()) return "the text " + quoted(value.get<std::string>());
+    if (value.is_string()) return "the text " + message::quoted(value.get<std::string>());
     if (value.is_object()) return "an object";
     if (value.is_array()) return "an array";
-    return oneLine(value.dump(), kMaxQuoted);
+    return message::escaped(value.dump(), message::kMaxQuotedChars);
 }
 
 // The shortest text that reads back as `value` ("0.001", "1e+09").
@@ -136,15 +104,16 @@ void preScan(std::string_view text, const std::string& source) {
             i = stringEnd(text, i);
         } else if (c == '[' || c == '{') {
             if (++depth > kMaxNesting) {
-                throw ReadError(oneLine(source + ":" + place(text, i) +
-                                        ": arrays and objects nested deeper than " +
-                                        std::to_string(kMaxNesting) + " levels"));
+                throw ReadError(message::escaped(source + ":" + place(text, i) +
+                                                 ": arrays and objects nested deeper than " +
+                                                 std::to_string(kMaxNesting) + " levels"));
             }
         } else if (c == ']' || c == '}') {
             --depth;
         } else if (c == ',' && ++values > kMaxValues) {
-            throw ReadError(oneLine(source + ":" + place(text, i) + ": more than " +
-                                    std::to_string(kMaxValues) + " values in one route file"));
+            throw ReadError(message::escaped(source + ":" + place(text, i) + ": more than " +
+                                             std::to_string(kMaxValues) +
+                                             " values in one route file"));
         }
     }
 }
@@ -181,10 +150,11 @@ Json parseText(std::string_view text, const std::string& source) {
         std::string what = e.what();
         const auto colon = what.find(": ", what.find("column"));
         if (colon != std::string::npos) what = what.substr(colon + 2);
-        throw ReadError(oneLine(source + ":" + place(text, stop) + ": malformed JSON: " + what));
+        throw ReadError(
+            message::escaped(source + ":" + place(text, stop) + ": malformed JSON: " + what));
     } catch (const Json::out_of_range&) {
-        throw ReadError(oneLine(source + ":" + place(text, overflowingNumber(text)) +
-                                ": a number too large for a double (beyond 1.8e308)"));
+        throw ReadError(message::escaped(source + ":" + place(text, overflowingNumber(text)) +
+                                         ": a number too large for a double (beyond 1.8e308)"));
     }
 }
 
@@ -195,7 +165,7 @@ public:
 
     [[noreturn]] void fail(const std::string& path, const std::string& what) const {
         throw ReadError(
-            oneLine(source_ + ": " + (path.empty() ? "(top level)" : path) + ": " + what));
+            message::escaped(source_ + ": " + (path.empty() ? "(top level)" : path) + ": " + what));
     }
 
     void requireObject(const Json& value, const std::string& path) const {
@@ -231,8 +201,8 @@ public:
             if (!known) {
                 std::string list;
                 for (const char* k : allowed) list += std::string(list.empty() ? "" : ", ") + k;
-                fail(path,
-                     "unknown field " + quoted(it.key()) + " (expected one of: " + list + ")");
+                fail(path, "unknown field " + message::quoted(it.key()) +
+                               " (expected one of: " + list + ")");
             }
         }
     }
@@ -252,10 +222,6 @@ public:
     double numberValue(const Json& value, const std::string& path) const {
         if (!value.is_number()) fail(path, "expected a number, found " + describe(value));
         return value.get<double>();
-    }
-
-    double number(const Json& object, const std::string& path, const char* key) const {
-        return numberValue(member(object, path, key), field(path, key));
     }
 
     // A number within [low, high]; `what` names the quantity in the message.
@@ -349,7 +315,25 @@ private:
 };
 
 // Angle units of the numbers in a file; DMS text is always degrees.
-enum class AngleUnit { Degrees, Gon, Radians };
+enum class AngleUnit { Degrees, Gon, Radians, PackedDMS };
+
+// Degrees of a packed dd.mmss number (289.0633 is 289°06'33"), or nullopt when its minutes
+// or seconds reach 60. The digits are taken from the number rounded to 1e-6 second, so that
+// binary round-off (289.0633 is 289.06329999...) does not turn 33" into 32.99999".
+std::optional<double> unpackDMS(double packed) {
+    constexpr double kDigitsPerField = 100.0;  // two decimal digits each for mm and ss
+    constexpr double kSecondScale = 1e6;       // rounding unit: 1e-6 second
+    const double magnitude = std::fabs(packed);
+    const double degrees = std::floor(magnitude);
+    const double rest =
+        std::round((magnitude - degrees) * kDigitsPerField * kDigitsPerField * kSecondScale) /
+        kSecondScale;  // mmss.ssssss
+    const double minutes = std::floor(rest / kDigitsPerField);
+    const double seconds = rest - minutes * kDigitsPerField;
+    if (minutes >= kMinutesPerDegree || seconds >= kMinutesPerDegree) return std::nullopt;
+    const double value = degrees + minutes / kMinutesPerDegree + seconds / kSecondsPerDegree;
+    return packed < 0 ? -value : value;
+}
 
 // Reads degrees-minutes-seconds text as degrees: "289°06'33.0\"" (also with the primes ′ ″),
 // "289-06-33.0", "289 06 33" or "289d06m33s", minutes and seconds optional, a leading sign
@@ -442,6 +426,17 @@ double angle(const Reader& reader, const Json& value, const std::string& path, A
             case AngleUnit::Radians:
                 radians = v;
                 break;
+            case AngleUnit::PackedDMS: {
+                const std::optional<double> degrees = unpackDMS(v);
+                if (!degrees) {
+                    reader.fail(path,
+                                "expected a dd.mmss angle with minutes and seconds below 60, "
+                                "found " +
+                                    shortNumber(v));
+                }
+                radians = *degrees * rcc::kPi / rcc::kDegreesPerHalfTurn;
+                break;
+            }
         }
     }
     if (!(std::fabs(radians) <= kMaxTurns)) {
@@ -478,8 +473,10 @@ AngleUnit readAngleUnit(const Reader& reader, const Json& root) {
         if (u == "deg") return AngleUnit::Degrees;
         if (u == "gon") return AngleUnit::Gon;
         if (u == "rad") return AngleUnit::Radians;
+        if (u == "dd.mmss") return AngleUnit::PackedDMS;
     }
-    reader.fail("angleUnit", "expected \"deg\", \"gon\" or \"rad\", found " + describe(*value));
+    reader.fail("angleUnit",
+                "expected \"deg\", \"gon\", \"rad\" or \"dd.mmss\", found " + describe(*value));
 }
 
 // Station equations, in either of two forms: the library's "brokenChains" (type, beforeDK,
@@ -496,10 +493,9 @@ void readEquations(const Reader& reader, const Json& root, RouteDescription& d) 
         if (chains) {
             reader.allowOnly(list[i], path, {"type", "beforeDK", "afterDK", "name"});
             const Json& type = reader.member(list[i], path, "type");
-            constexpr int kShortChainCode = 1;  // the library's chain type codes
-            constexpr int kLongChainCode = 0;
-            const bool isShort = type == "short" || type == kShortChainCode;
-            const bool isLong = type == "long" || type == kLongChainCode;
+            // By name, or by the library's chain type code.
+            const bool isShort = type == "short" || type == rcc::kShortChainType;
+            const bool isLong = type == "long" || type == rcc::kLongChainType;
             if (!isShort && !isLong) {
                 reader.fail(path + ".type",
                             "expected \"short\" or \"long\", found " + describe(type));
@@ -765,42 +761,43 @@ std::string tooLarge(const std::string& source) {
 
 ReadResult readRouteJson(std::string_view text, const std::string& source) {
     try {
-        if (text.size() > kMaxInputBytes) throw ReadError(oneLine(tooLarge(source)));
+        if (text.size() > kMaxInputBytes) throw ReadError(message::escaped(tooLarge(source)));
         text = withoutBom(text);
         const Json root = parseText(text, source);
         ReadResult result;
         result.description = readDescription(root, Reader(source));
         return result;
     } catch (const std::bad_alloc&) {
-        throw ReadError(oneLine(source + ": not enough memory to read this file"));
+        throw ReadError(message::escaped(source + ": not enough memory to read this file"));
     }
 }
 
 ReadResult readRouteFile(const std::string& path, const ReadOptions& options) {
     struct stat info {};
     if (::stat(path.c_str(), &info) != 0) {
-        throw ReadError(oneLine(path + ": cannot open the file: " + std::strerror(errno)));
+        throw ReadError(message::escaped(path + ": cannot open the file: " + std::strerror(errno)));
     }
     if (S_ISDIR(info.st_mode))
-        throw ReadError(oneLine(path + ": is a directory, not a route file"));
+        throw ReadError(message::escaped(path + ": is a directory, not a route file"));
     if (!S_ISREG(info.st_mode)) {
-        throw ReadError(oneLine(path + ": is not a regular file (a device, pipe or socket)"));
+        throw ReadError(
+            message::escaped(path + ": is not a regular file (a device, pipe or socket)"));
     }
     if (static_cast<std::uintmax_t>(info.st_size) > kMaxInputBytes) {
-        throw ReadError(oneLine(tooLarge(path)));
+        throw ReadError(message::escaped(tooLarge(path)));
     }
     std::string text;
     try {
         std::ifstream in(path, std::ios::binary);
-        if (!in) throw ReadError(oneLine(path + ": cannot open the file"));
+        if (!in) throw ReadError(message::escaped(path + ": cannot open the file"));
         // Read at most one byte past the limit, in case the file grew since stat.
         text.resize(static_cast<std::size_t>(info.st_size) + 1);
         in.read(text.data(), static_cast<std::streamsize>(text.size()));
-        if (in.bad()) throw ReadError(oneLine(path + ": cannot read the file"));
+        if (in.bad()) throw ReadError(message::escaped(path + ": cannot read the file"));
         text.resize(static_cast<std::size_t>(in.gcount()));
-        if (text.size() > kMaxInputBytes) throw ReadError(oneLine(tooLarge(path)));
+        if (text.size() > kMaxInputBytes) throw ReadError(message::escaped(tooLarge(path)));
     } catch (const std::bad_alloc&) {
-        throw ReadError(oneLine(path + ": not enough memory to read this file"));
+        throw ReadError(message::escaped(path + ": not enough memory to read this file"));
     }
     const std::string_view body = withoutBom(text);
     const std::size_t first = body.find_first_not_of(" \t\r\n");
