@@ -74,8 +74,13 @@ def main():
                 w.join()
 
         two = best_seconds(two_threads)
+        # Processor time over wall time of one more two-thread run: above 1 only when both
+        # threads computed at once, whatever else the machine is doing meanwhile.
+        wall, cpu = time.perf_counter(), time.process_time()
+        two_threads()
+        cores = (time.process_time() - cpu) / (time.perf_counter() - wall)
         print(f"  {name}: one thread {n / one:,.0f} points/s, two threads {n / two:,.0f} "
-              f"points/s, speed-up {one / two:.2f}")
+              f"points/s, speed-up {one / two:.2f}, {cores:.2f} cores busy")
 
 
 if __name__ == "__main__":
