@@ -73,67 +73,62 @@ PointStatus placeOf(FootPlace place) {
     return PointStatus::Invalid;
 }
 
-/// The output columns of the point queries, allocated with the GIL and written without it.
-struct PointColumns {
-    explicit PointColumns(std::size_t n)
-        : x(newArray<double>(n)),
-          y(newArray<double>(n)),
-          bearing(newArray<double>(n)),
-          elevation(newArray<double>(n)),
-          length(newArray<double>(n)),
-          station(newArray<double>(n)),
-          occurrence(newArray<std::int8_t>(n)),
-          status(newArray<std::int8_t>(n)),
-          x_(x.mutable_data()),
-          y_(y.mutable_data()),
-          bearing_(bearing.mutable_data()),
-          elevation_(elevation.mutable_data()),
-          length_(length.mutable_data()),
-          station_(station.mutable_data()),
-          occurrence_(occurrence.mutable_data()),
-          status_(status.mutable_data()) {}
-
-    void set(std::size_t i, const RoutePoint& p, PointStatus place) {
-        x_[i] = p.x;
-        y_[i] = p.y;
-        bearing_[i] = p.bearing;
-        elevation_[i] = p.elevation;
-        length_[i] = p.length;
-        station_[i] = p.station.value;
-        occurrence_[i] = static_cast<std::int8_t>(p.station.occurrence);
-        status_[i] = static_cast<std::int8_t>(place);
+/// Named output columns of n elements, made with the GIL held and handed back as a dict;
+/// the loops write them through the pointers `add` returns, without the GIL.
+class Columns {
+public:
+    explicit Columns(std::size_t n) : n_(n) {}
+    template <class T>
+    T* add(const char* name) {
+        auto array = newArray<T>(n_);
+        dict_[name] = array;
+        return array.mutable_data();
     }
-    void setMissing(std::size_t i, PointStatus place) {
-        x_[i] = y_[i] = bearing_[i] = elevation_[i] = length_[i] = station_[i] = kNaN;
-        occurrence_[i] = 0;
-        status_[i] = static_cast<std::int8_t>(place);
-    }
-    py::dict toDict() const {
-        py::dict d;
-        d["x"] = x;
-        d["y"] = y;
-        d["bearing"] = bearing;
-        d["elevation"] = elevation;
-        d["length"] = length;
-        d["station"] = station;
-        d["occurrence"] = occurrence;
-        d["status"] = status;
-        return d;
-    }
-
-    py::array_t<double> x, y, bearing, elevation, length, station;
-    py::array_t<std::int8_t> occurrence, status;
+    const py::dict& dict() const { return dict_; }
 
 private:
-    double *x_, *y_, *bearing_, *elevation_, *length_, *station_;
-    std::int8_t *occurrence_, *status_;
+    std::size_t n_;
+    py::dict dict_;
+};
+
+/// The columns of the point queries.
+struct PointColumns {
+    explicit PointColumns(Columns& c)
+        : x(c.add<double>("x")),
+          y(c.add<double>("y")),
+          bearing(c.add<double>("bearing")),
+          elevation(c.add<double>("elevation")),
+          length(c.add<double>("length")),
+          station(c.add<double>("station")),
+          occurrence(c.add<std::int8_t>("occurrence")),
+          status(c.add<std::int8_t>("status")) {}
+
+    void set(std::size_t i, const RoutePoint& p, PointStatus place) {
+        x[i] = p.x;
+        y[i] = p.y;
+        bearing[i] = p.bearing;
+        elevation[i] = p.elevation;
+        length[i] = p.length;
+        station[i] = p.station.value;
+        occurrence[i] = static_cast<std::int8_t>(p.station.occurrence);
+        status[i] = static_cast<std::int8_t>(place);
+    }
+    void setMissing(std::size_t i, PointStatus place) {
+        x[i] = y[i] = bearing[i] = elevation[i] = length[i] = station[i] = kNaN;
+        occurrence[i] = 0;
+        status[i] = static_cast<std::int8_t>(place);
+    }
+
+    double *x, *y, *bearing, *elevation, *length, *station;
+    std::int8_t *occurrence, *status;
 };
 
 py::dict pointAtLength(const RouteHandle& h, const DoubleArray& lengths,
                        const DoubleArray& offsets) {
     const auto n = static_cast<std::size_t>(lengths.size());
     requireSize(offsets, n, "offset");
-    PointColumns out(n);
+    Columns columns(n);
+    PointColumns out(columns);
     const double* length = lengths.data();
     const double* offset = offsets.data();
     {
@@ -148,7 +143,7 @@ py::dict pointAtLength(const RouteHandle& h, const DoubleArray& lengths,
             out.set(i, p, placeOf(p));
         }
     }
-    return out.toDict();
+    return columns.dict();
 }
 
 py::dict pointAt(const RouteHandle& h, const DoubleArray& stations, const Int8Array& occurrences,
@@ -156,7 +151,8 @@ py::dict pointAt(const RouteHandle& h, const DoubleArray& stations, const Int8Ar
     const auto n = static_cast<std::size_t>(stations.size());
     requireSize(occurrences, n, "occurrence");
     requireSize(offsets, n, "offset");
-    PointColumns out(n);
+    Columns columns(n);
+    PointColumns out(columns);
     const double* value = stations.data();
     const std::int8_t* occurrence = occurrences.data();
     const double* offset = offsets.data();
@@ -176,7 +172,7 @@ py::dict pointAt(const RouteHandle& h, const DoubleArray& stations, const Int8Ar
             }
         }
     }
-    return out.toDict();
+    return columns.dict();
 }
 
 py::dict locate(const RouteHandle& h, const DoubleArray& xs, const DoubleArray& ys,
@@ -184,20 +180,14 @@ py::dict locate(const RouteHandle& h, const DoubleArray& xs, const DoubleArray& 
     const auto n = static_cast<std::size_t>(xs.size());
     requireSize(ys, n, "y");
     if (!(maxOffset >= 0.0)) throw py::value_error("max_offset must be zero or more");
-    auto station = newArray<double>(n);
-    auto occurrence = newArray<std::int8_t>(n);
-    auto length = newArray<double>(n);
-    auto offset = newArray<double>(n);
-    auto footX = newArray<double>(n);
-    auto footY = newArray<double>(n);
-    auto status = newArray<std::int8_t>(n);
-    double* stationOut = station.mutable_data();
-    std::int8_t* occurrenceOut = occurrence.mutable_data();
-    double* lengthOut = length.mutable_data();
-    double* offsetOut = offset.mutable_data();
-    double* footXOut = footX.mutable_data();
-    double* footYOut = footY.mutable_data();
-    std::int8_t* statusOut = status.mutable_data();
+    Columns columns(n);
+    double* stationOut = columns.add<double>("station");
+    std::int8_t* occurrenceOut = columns.add<std::int8_t>("occurrence");
+    double* lengthOut = columns.add<double>("length");
+    double* offsetOut = columns.add<double>("offset");
+    double* footXOut = columns.add<double>("foot_x");
+    double* footYOut = columns.add<double>("foot_y");
+    std::int8_t* statusOut = columns.add<std::int8_t>("status");
     const double* x = xs.data();
     const double* y = ys.data();
     {
@@ -221,15 +211,7 @@ py::dict locate(const RouteHandle& h, const DoubleArray& xs, const DoubleArray& 
             }
         }
     }
-    py::dict d;
-    d["station"] = station;
-    d["occurrence"] = occurrence;
-    d["length"] = length;
-    d["offset"] = offset;
-    d["foot_x"] = footX;
-    d["foot_y"] = footY;
-    d["status"] = status;
-    return d;
+    return columns.dict();
 }
 
 std::optional<Station> stationArg(const std::optional<std::pair<double, int>>& s) {
@@ -265,37 +247,43 @@ py::dict tableRows(const RouteHandle& h, double interval,
                               " rows on this route");
     }
     const std::size_t n = rows.size();
-    auto length = newArray<double>(n);
-    auto station = newArray<double>(n);
-    auto occurrence = newArray<std::int8_t>(n);
+    Columns columns(n);
+    double* length = columns.add<double>("length");
+    double* station = columns.add<double>("station");
+    std::int8_t* occurrence = columns.add<std::int8_t>("occurrence");
     py::list label(n);
     for (std::size_t i = 0; i < n; ++i) {
-        length.mutable_at(i) = rows[i].length;
-        station.mutable_at(i) = rows[i].station.value;
-        occurrence.mutable_at(i) = static_cast<std::int8_t>(rows[i].station.occurrence);
+        length[i] = rows[i].length;
+        station[i] = rows[i].station.value;
+        occurrence[i] = static_cast<std::int8_t>(rows[i].station.occurrence);
         label[i] = py::str(rows[i].label);
     }
-    py::dict d;
-    d["length"] = length;
-    d["station"] = station;
-    d["occurrence"] = occurrence;
+    py::dict d = columns.dict();
     d["label"] = label;
     return d;
 }
 
-py::list keyPoints(const RouteHandle& h, bool horizontal, bool vertical) {
+/// A Python list with one dict per item, each filled by `fill(dict, item)`.
+template <class Items, class Fill>
+py::list dictList(const Items& items, Fill fill) {
     py::list out;
-    for (const KeyPoint& k : h.route.keyPoints(horizontal, vertical)) {
+    for (const auto& item : items) {
         py::dict d;
+        fill(d, item);
+        out.append(d);
+    }
+    return out;
+}
+
+py::list keyPoints(const RouteHandle& h, bool horizontal, bool vertical) {
+    return dictList(h.route.keyPoints(horizontal, vertical), [](py::dict& d, const KeyPoint& k) {
         d["type"] = keyPointCode(k.type);
         d["length"] = k.length;
         d["station"] = k.station.value;
         d["occurrence"] = k.station.occurrence;
         d["owner"] = k.owner;
         d["label"] = k.label;
-        out.append(d);
-    }
-    return out;
+    });
 }
 
 py::object optionalNumber(const std::optional<double>& v) {
@@ -303,9 +291,7 @@ py::object optionalNumber(const std::optional<double>& v) {
 }
 
 py::list curves(const RouteHandle& h) {
-    py::list out;
-    for (const CurveInfo& c : h.route.curves()) {
-        py::dict d;
+    return dictList(h.route.curves(), [](py::dict& d, const CurveInfo& c) {
         d["name"] = c.name;
         d["first_element"] = c.firstElement;
         d["last_element"] = c.lastElement;
@@ -331,15 +317,11 @@ py::list curves(const RouteHandle& h) {
         d["external"] = c.external;
         d["start_length"] = c.startLength;
         d["end_length"] = c.endLength;
-        out.append(d);
-    }
-    return out;
+    });
 }
 
 py::list verticalCurves(const RouteHandle& h) {
-    py::list out;
-    for (const VerticalCurveInfo& v : h.route.verticalCurves()) {
-        py::dict d;
+    return dictList(h.route.verticalCurves(), [](py::dict& d, const VerticalCurveInfo& v) {
         d["name"] = v.name;
         d["point_index"] = v.pointIndex;
         d["station"] = v.station.value;
@@ -357,35 +339,25 @@ py::list verticalCurves(const RouteHandle& h) {
         d["end_length"] = v.endLength;
         d["extreme_length"] = optionalNumber(v.extremeLength);
         d["extreme_elevation"] = v.extremeElevation;
-        out.append(d);
-    }
-    return out;
+    });
 }
 
 py::list diagnostics(const std::vector<Diagnostic>& list) {
-    py::list out;
-    for (const Diagnostic& g : list) {
-        py::dict d;
+    return dictList(list, [](py::dict& d, const Diagnostic& g) {
         d["severity"] = g.severity == Diagnostic::Severity::Error ? "error" : "warning";
         d["path"] = g.path;
         d["message"] = g.message;
-        out.append(d);
-    }
-    return out;
+    });
 }
 
 py::list equations(const RouteHandle& h) {
-    py::list out;
-    for (const EquationInfo& e : h.route.equations()) {
-        py::dict d;
+    return dictList(h.route.equations(), [](py::dict& d, const EquationInfo& e) {
         d["back"] = e.equation.back;
         d["ahead"] = e.equation.ahead;
         d["name"] = e.equation.name;
         d["length"] = e.length;
         d["is_break"] = e.isBreak;
-        out.append(d);
-    }
-    return out;
+    });
 }
 
 }  // namespace
