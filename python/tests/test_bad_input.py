@@ -34,7 +34,7 @@ BAD_CALLS = [
     (lambda r: r.locate(1.0, 1.0, max_offset="5"), TypeError, "max_offset"),
     (lambda r: r.stations(-5.0), ValueError, "interval"),
     (lambda r: r.stations(math.inf), ValueError, "interval"),
-    (lambda r: r.stations(1e-9), ValueError, "interval"),
+    (lambda r: r.stations(1e-9), ValueError, "interval"),  # 1e11 rows on 100 m
     (lambda r: r.stations(None), TypeError, "interval"),
     (lambda r: r.stations(10.0, start="K?"), ValueError, "start"),
     (lambda r: r.format_station(1.0, style="km"), ValueError, "style"),

@@ -6,7 +6,7 @@ import math
 import pytest
 
 from rcc import core
-from tolerances import EXACT
+from tolerances import EXACT, PROJECTION_STOP
 
 
 def test_coordinates_come_back_with_the_bearing_first():
@@ -17,8 +17,11 @@ def test_coordinates_come_back_with_the_bearing_first():
     b, x, y, z = road.calculateCoordinatesAndBearing("50", elevation=7.0)
     assert (b, x, y) == pytest.approx((bearing, 50.0, 50.0), abs=EXACT)
     assert z == 7.0  # no profile: the elevation given comes back untouched
+    # (50, 60) lies 56 along the line and 8 to its left: (40, 40) dotted with (0.8, 0.6)
+    # and with the normal (-0.6, 0.8).
     offset, dk = road.vdApproachMethod("0", 50.0, 60.0)
-    assert offset == pytest.approx(8.0, abs=2e-3)  # (50, 60) is 10 from (50, 50) at 3-4-5
+    assert offset == pytest.approx(8.0, abs=PROJECTION_STOP)
+    assert float(dk) == pytest.approx(56.0, abs=PROJECTION_STOP)
 
 
 def test_empty_alignment_answers_the_sentinels():

@@ -6,7 +6,7 @@ import numpy as np
 import pytest
 
 import rcc
-from tolerances import EXACT
+from tolerances import ANGLE, EXACT, FITTED, GRADE
 
 # Example route: short chain 300 -> 340 and long chain 2390 -> 2330.
 
@@ -40,24 +40,24 @@ def test_curve_values_follow_from_the_intersection_points(example):
     # Legs (10000, 20000) -> (10820, 20150) -> (11650, 19720): the bearing falls from
     # atan2(150, 820) to atan2(-430, 830), a right turn; A = sqrt(R L) = sqrt(800 * 120).
     deflection = math.atan2(-430.0, 830.0) - math.atan2(150.0, 820.0)
-    assert first["deflection"] == pytest.approx(deflection, abs=1e-12)
+    assert first["deflection"] == pytest.approx(deflection, abs=ANGLE)
     assert first["turn"] == -1
     assert first["radius"] == 800.0
     assert first["in_parameter"] == pytest.approx(math.sqrt(800.0 * 120.0), abs=EXACT)
     # The third curve has no transitions: its arc is the whole curve, R |deflection| long.
     assert third["in_transition_length"] == 0.0
-    assert third["curve_length"] == pytest.approx(1000.0 * abs(third["deflection"]), abs=1e-6)
+    assert third["curve_length"] == pytest.approx(1000.0 * abs(third["deflection"]), abs=FITTED)
 
 
 def test_vertical_curve_grades_and_tangent_length(example):
     crest, sag = example.vertical_curves()[:2]
     # Between BP 700 (131.5) and BP 1500 (124.0) no chain breaks: grade -7.5 / 800.
-    assert crest["grade2"] == pytest.approx(-7.5 / 800.0, abs=1e-12)
-    assert sag["grade1"] == pytest.approx(-7.5 / 800.0, abs=1e-12)
+    assert crest["grade2"] == pytest.approx(-7.5 / 800.0, abs=GRADE)
+    assert sag["grade1"] == pytest.approx(-7.5 / 800.0, abs=GRADE)
     assert crest["crest"] and not sag["crest"]
     # T = |g2 - g1| R / 2 with R = 12000.
     expected = abs(crest["grade2"] - crest["grade1"]) * 12000.0 / 2.0
-    assert crest["tangent_length"] == pytest.approx(expected, abs=1e-9)
+    assert crest["tangent_length"] == pytest.approx(expected, abs=EXACT)
 
 
 @pytest.mark.parametrize("value, occurrence, style, text", [
