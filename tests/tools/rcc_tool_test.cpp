@@ -120,6 +120,37 @@ TEST(Stakeout, RefusesATableOverTheRowLimitSayingHowLarge) {
     }
 }
 
+TEST(Locate, StakedOffsetPointsComeBackToTheirLengthAndOffset) {
+    // Points staked at ±1, ±3.5 and ±20 every 37 m of the example (arcs, transitions, both
+    // station equations) must locate back within 0.1 mm, on either side of every curve.
+    const qv::route::Route route = load(RCC_EXAMPLE);
+    std::vector<qv::route::SurveyPoint> points;
+    std::vector<std::pair<double, double>> staked;  // length, offset
+    for (double length = 1.0; length < route.length(); length += 37.0) {
+        for (double offset : {-20.0, -3.5, -1.0, 1.0, 3.5, 20.0}) {
+            const qv::route::RoutePoint p = route.pointAtLength(length, offset);
+            points.push_back({"", p.x, p.y, NAN, "", 0});
+            staked.emplace_back(length, offset);
+        }
+    }
+    FormatOptions six;
+    six.decimals = 6;
+    rcctool::TableCollector sink;
+    rcctool::LocateOptions options;
+    options.maxOffset = 25.0;
+    rcctool::locate(route, points, options, six, sink);
+    const Table& t = sink.tables.at(0);
+    ASSERT_EQ(t.rows.size(), points.size());
+    constexpr double kFoot = 1e-4;  // the projection's promise, length units
+    for (std::size_t i = 0; i < t.rows.size(); ++i) {
+        SCOPED_TRACE("length " + std::to_string(staked[i].first) + " offset " +
+                     std::to_string(staked[i].second));
+        EXPECT_EQ(t.rows[i][column(t, "foot")], "on route");
+        EXPECT_NEAR(std::stod(t.rows[i][column(t, "length")]), staked[i].first, kFoot);
+        EXPECT_NEAR(std::stod(t.rows[i][column(t, "offset")]), staked[i].second, kFoot);
+    }
+}
+
 TEST(Curves, RightAngleGivesTheClosedFormsAndTheSideInTheFrame) {
     // Deflection 90°, R 100: T = R tan 45° = 100, L = 50 pi = 157.080,
     // E = R (sec 45° - 1) = 41.421, J = 2T - L = 42.920; PI at 200, so TS 100, ST 257.080.
