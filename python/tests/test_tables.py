@@ -80,3 +80,14 @@ def test_station_text_arrays_keep_their_shape():
     assert values.shape == (2, 2)
     assert np.isnan(values[0, 1]) and occurrences[0, 1] == 0
     assert values[1, 1] == 1450.0 and occurrences[1, 1] == 2
+
+
+def test_equations_lie_where_the_numbering_says(example):
+    # The long chain's back station 2390 is reached 2390 - 40 along: the short chain before
+    # it skipped the 40 numbers from 300 to 340.
+    short, long = example.equations()
+    assert (short["back"], short["ahead"]) == (300.0, 340.0)
+    assert short["length"] == pytest.approx(300.0, abs=EXACT)
+    assert (long["back"], long["ahead"]) == (2390.0, 2330.0)
+    assert long["length"] == pytest.approx(2350.0, abs=EXACT)
+    assert short["is_break"] and long["is_break"]
