@@ -48,6 +48,8 @@ TEST(PointFile, ReadsEveryLayoutOfLinesAndFields) {
         {"RFC 4180 quoting", "\"1\", 2 ,\"a, \"\"b\"\"\nc\"\n", 1, 1, 2, "a, \"b\"\nc", 1},
         {"whitespace-separated", "  1   2\tname\n", 1, 1, 2, "name", 1},
         {"quoted name among blanks", "1 2 \"two words\"\n", 1, 1, 2, "two words", 1},
+        {"title line before commas", "Points\n1,2\n", 1, 1, 2, "", 2},
+        {"comment with a comma before blanks", "# x, y\n1 2\n", 1, 1, 2, "", 2},
         {"header in another script", "\xE7\x82\xB9,x,y\n1,2\n", 1, 1, 2, "", 2},
         {"exponent, point forms", "1e2,.5\n-2.,+3E-1\n", 2, -2, 0.3, "", 2},
         {"underflow reads as zero", "1e-400,0\n", 1, 0, 0, "", 1},
