@@ -9,7 +9,6 @@
 #include <fstream>
 #include <limits>
 #include <new>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
