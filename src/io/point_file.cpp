@@ -19,7 +19,6 @@ namespace qv::route {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 /// Most points one file may hold: about 100 bytes each in memory, so half a gigabyte.
 constexpr std::size_t kMaxPoints = 5'000'000;
 /// Bytes read from a file at a time.
@@ -397,8 +396,8 @@ std::vector<SurveyPoint> readAll(std::string_view text, const std::string& sourc
                                                        std::to_string(kMaxInputBytes >> 20) +
                                                        " MiB"));
     }
-    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-        text.remove_prefix(kByteOrderMark.size());  // columns count from after the mark
+    if (text.substr(0, message::kByteOrderMark.size()) == message::kByteOrderMark) {
+        text.remove_prefix(message::kByteOrderMark.size());  // columns count from after the mark
     }
     Lexer lexer(text, source, commaSeparated(text));
     const PointReader reader(source, layoutOf(columns), frame);

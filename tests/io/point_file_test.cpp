@@ -169,4 +169,22 @@ TEST(ReaderMessage, EscapesControlsAndCutsWholeCharacters) {
     EXPECT_EQ(escaped("abc", 3), "abc");
 }
 
+TEST(ReaderMessage, PlaceOfAByteCountsLinesAndCharacters) {
+    const struct {
+        std::string text;
+        std::size_t offset, line, column;
+    } cases[] = {
+        {"ab\ncd", 4, 2, 2},    {"a\r\nb", 3, 2, 1}, {"a\rb", 2, 2, 1},
+        {"a\r\nb", 2, 1, 2},     // a CR LF pair is one line end, at the end of line 1
+        {kBom + "xy", 4, 1, 2},  // columns count from after the mark
+        {"\xC3\xA9=", 2, 1, 2},  // one column for the two bytes of "é"
+        {"ab", 99, 1, 3},        // past the end: the end
+    };
+    for (const auto& c : cases) {
+        const auto place = qv::route::message::placeOf(c.text, c.offset);
+        EXPECT_EQ(place.line, c.line) << c.text << " @" << c.offset;
+        EXPECT_EQ(place.column, c.column) << c.text << " @" << c.offset;
+    }
+}
+
 }  // namespace
