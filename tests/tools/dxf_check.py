@@ -1,5 +1,6 @@
-"""Reads a DXF plan back with ezdxf: the audit finds nothing, every layer holds what it
-should, and every route point lies within 1 mm of the drawn centre line."""
+"""Reads a DXF plan that rcc drew back with ezdxf: the audit finds nothing, every layer holds
+what it should, and every point of rcc's stakeout table lies within 1 mm of the drawn centre
+line (the table's x, y columns, or N, E in the surveyor's frame, where DXF X is east)."""
 import csv
 import math
 import sys
@@ -45,9 +46,10 @@ def main(dxf_path, points_path):
         pts = [(x, y) for x, y, *_ in pl.get_points()]
         segments += list(zip(pts, pts[1:]))
     worst = 0.0
-    with open(points_path) as f:
-        for row in csv.reader(f):
-            p = (float(row[0]), float(row[1]))
+    with open(points_path, newline="") as f:
+        for row in csv.DictReader(f):
+            p = (float(row["E"]), float(row["N"])) if "N" in row else (float(row["x"]),
+                                                                        float(row["y"]))
             d = min([distance_to_segment(p, a, b) for a, b in segments] +
                     [distance_to_arc(p, arc) for arc in arcs])
             worst = max(worst, d)
