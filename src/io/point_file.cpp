@@ -444,8 +444,12 @@ std::vector<SurveyPoint> readPointFile(const std::string& path, PointColumns col
     if (!file) throw ReadError(message::forSource(path, "cannot open the file"));
     std::string text;
     try {
-        // Read at most one byte past the limit: enough to refuse a larger file or an
-        // endless pipe without holding it.
+        // Read at most one chunk past the limit: enough to refuse a larger file or an
+        // endless pipe without holding it. A regular file's size is known: no regrowth.
+        if (fs::is_regular_file(status)) {
+            const auto size = fs::file_size(path, error);
+            if (!error && size <= kMaxInputBytes) text.reserve(static_cast<std::size_t>(size));
+        }
         std::vector<char> chunk(kReadChunk);
         while (text.size() <= kMaxInputBytes && file) {
             file.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
