@@ -100,6 +100,10 @@ TEST(RouteProjection, HandDerivedFeetComeNearestFirst) {
     const Indexed kink(straights({0, kPi / 3}, 100));              // corner at (100, 0)
     const Indexed gap(straights({0, 0}, 100, 10));                 // gap (100, 0)-(110, 0)
     const Indexed loop(lineArc(50, 1.5 * kPi, true));              // centre (100, 50)
+    RoadCurvesCalculation back;  // along +x to (100, 0), then north from (90, 5)
+    back.inputLine(0, 100, 0, 0, 0);
+    back.inputLine(100, 200, 90, 5, kPi / 2);
+    const Indexed jump(back.getRoadCruves());
     // By hand. On the arc, 0.5 rad round at rho from the centre: R - rho across, R 0.5 on.
     // Past the kink's end (150, 100 c): 7 on, 3 left. Inside the kink, (-5, 5) from the
     // corner: . (0.5, c) along the second straight, . (-c, 0.5) across. 1 from the loop's
@@ -133,6 +137,7 @@ TEST(RouteProjection, HandDerivedFeetComeNearestFirst) {
         {kink, 105, -5, exact, {{on, 100, -std::sqrt(50.0)}}, "outside the kink: the corner"},
         {kink, 95, 5, exact, {{on, 95, 5}, {on, 97.5 + 5 * c, 2.5 + 5 * c}}, "inside the kink"},
         {gap, 103, 4, exact, {{on, 100, 5}}, "across a gap the nearer end answers"},
+        {jump, 88, 3, exact, {{on, 100, std::sqrt(8.0)}, {on, 88, 3}}, "a nearer start behind"},
         {loop, 100 + q, 50 - q, nearCentre, loopFeet, "near the centre of an arc"}};
     for (const auto& t : cases) {
         const std::vector<LengthFoot> all = t.route.index.feet(t.x, t.y, kInf);
@@ -196,15 +201,36 @@ TEST(RouteProjection, StakedPointsComeBackAsDenseSamplingFindsThem) {
     }
 }
 
-TEST(RouteProjection, IntersectionPointOfASymmetricCurveLocatesAtItsMiddle) {
-    // Legs of 300 either side, equal transitions: symmetric about the bisector through the
-    // intersection point, which the curve, turning left, leaves on its right.
-    const Indexed r(
-        fitted({{300, 0}, {300 + 300 * std::cos(0.8), 300 * std::sin(0.8)}}, 120, 50, 50));
-    const LengthFoot foot = r.index.nearest(300, 0, kInf);
-    EXPECT_NEAR(foot.length, 0.5 * (r.table.start(1) + r.table.start(4)),
+TEST(RouteProjection, RouteLocatesKeyPointsAcrossAnEquationAndTheCurveMiddle) {
+    // Through the route layer: legs of 300 either side of JD1 with equal transitions (a
+    // curve symmetric about the bisector through JD1, which it leaves on its right), and a
+    // long chain (1100 to 1150 twice) on the first straight. Points the route places at a
+    // length and offset locate back there, with the same station and pass.
+    qv::route::RouteDescription d;
+    d.startStation = 1000;
+    d.equations = {{1150, 1100, "EQ"}};
+    const double c = 300 * std::cos(0.8), s = 300 * std::sin(0.8);
+    d.horizontal.points = {{"", 0, 0}, {"JD1", 300, 0, 120, 50, 50}, {"", 300 + c, s}};
+    const qv::route::Route route = qv::route::Route::build(d);
+    ASSERT_EQ(route.pointAtLength(175).station.occurrence, 2);  // 1125 on the second pass
+    const qv::route::CurveInfo& curve = route.curves().at(0);
+    const qv::route::Foot middle = route.locate(300, 0);
+    EXPECT_NEAR(middle.length, 0.5 * (curve.startLength + curve.endLength),
                 rcc_test::kProjectionExact);
-    EXPECT_LT(foot.offset, 0);
+    EXPECT_LT(middle.offset, 0);
+    std::vector<double> lengths{120, 149.99, 150, 150.01, 175, route.length() - 1};
+    for (const qv::route::KeyPoint& k : route.keyPoints(true, false))
+        if (k.length > 0 && k.length < route.length()) lengths.push_back(k.length);
+    for (double length : lengths) {
+        for (double offset : {1.0, -3.5, 20.0}) {
+            const qv::route::RoutePoint p = route.pointAtLength(length, offset);
+            const qv::route::Foot foot = route.locate(p.x, p.y);
+            EXPECT_NEAR(foot.length, length, rcc_test::kProjectionExact) << length << " " << offset;
+            EXPECT_NEAR(foot.offset, offset, rcc_test::kProjectionExact) << length << " " << offset;
+            EXPECT_NEAR(foot.station.value, p.station.value, rcc_test::kProjectionExact) << length;
+            EXPECT_EQ(foot.station.occurrence, p.station.occurrence) << length;
+        }
+    }
 }
 
 TEST(RouteProjection, BadPointsAndBrokenElementsNeverStopAQuery) {
@@ -233,6 +259,15 @@ TEST(RouteProjection, BadPointsAndBrokenElementsNeverStopAQuery) {
     for (double x : {-20.0, 40.0, 99.0, 101.0, 104.0, 108.0, 1e300})
         for (const LengthFoot& foot : r.index.feet(x, x / 30, kInf))
             EXPECT_TRUE(std::isfinite(foot.length) && std::isfinite(foot.offset)) << x;
+    // A drawing arc of R 0.1 at step 0.01 spirals off its circle loop by loop: from far
+    // away the nearest foot is still the one every foot lists first.
+    RoadCurvesCalculation coarse;
+    coarse.inputCurve(0, 50, 0, 0, 0.1, 1, 0);
+    RoadCurve spiral = coarse.getRoadCruves().back();
+    spiral.integrationStep = 0.01, spiral.curveType = 7;
+    const Indexed s({spiral});
+    for (double x : {3e5, -2e3, 40.0})
+        EXPECT_EQ(s.index.nearest(x, 4e5, kInf).distance, s.index.feet(x, 4e5, kInf)[0].distance);
     const ElementTable empty;
     EXPECT_EQ(ProjectionIndex(empty).nearest(1, 2, kInf).place, FootPlace::None);
 }

@@ -33,7 +33,8 @@ constexpr int kMaxPolishSteps = 8;
 /// A Newton answer within this many steps of its step's middle is taken as that step's point
 /// without evaluating again; nearer the step's ends the evaluation is asked at the middle.
 constexpr double kStepMiddleSlack = 0.4;
-/// Slack (length units) added to every box for the round-off of the evaluation.
+/// Round-off of the evaluation (length units): added to every box, and the least change of
+/// distance across a junction that counts.
 constexpr double kBoxMargin = 1e-6;
 /// Two feet closer than this many integration steps along the route, with distances as
 /// close, are one foot found twice (on both sides of a junction or a chunk end).
@@ -62,12 +63,15 @@ Sample sampleAt(const ElementTable& table, std::size_t i, double s, double px, d
     return sampleOf(c.x, c.y, c.bearing, std::cos(c.bearing), std::sin(c.bearing), s, px, py);
 }
 
+/// The evaluated point of element i in `at` as a foot. Its distance is the plane distance,
+/// which differs from |offset| only by the evaluation's grain (the point lies within a step
+/// of the normal) and keeps the nearest foot honest on the coarsest evaluations.
 LengthFoot footAt(const ElementTable& table, std::size_t i, const Sample& at) {
     LengthFoot foot;
     foot.place = FootPlace::OnRoute;
     foot.length = table.start(i) + at.s;
     foot.offset = at.d;
-    foot.distance = std::abs(at.d);
+    foot.distance = std::hypot(at.f, at.d);
     foot.x = at.x;
     foot.y = at.y;
     foot.element = i;
@@ -108,6 +112,9 @@ bool singleRoot(const ElementTable& table, std::size_t i, const Sample& a, const
     const double ka = table.curvature(i, a.s), kb = table.curvature(i, b.s);
     const double l = b.s - a.s + 2 * step;
     const double turn = std::max(std::abs(ka), std::abs(kb)) * l;
+    // On an arc the point lies on the normal only along the diameter through it, so a
+    // stretch turning by less than a half turn holds one foot at most.
+    if (ka == kb && turn < rcc::kPi) return true;
     const double spread = std::hypot(px - a.x, py - a.y) * turn + l * std::min(1.0, turn);
     const double dLo = a.d - spread, dHi = a.d + spread;
     const double worst = std::max({ka * dLo, ka * dHi, kb * dLo, kb * dHi});
@@ -201,7 +208,6 @@ LengthFoot cornerAt(const ElementTable& table, std::size_t i, Sample at) {
     const RoadCurve& e = table.elements()[i];
     at.s = isLine(e) ? 0.0 : std::min(0.5 * stepOf(e), e.length);
     LengthFoot foot = footAt(table, i, at);
-    foot.distance = std::hypot(at.f, at.d);
     foot.offset = at.d < 0 ? -foot.distance : foot.distance;
     return foot;
 }
@@ -256,8 +262,11 @@ ProjectionIndex::ProjectionIndex(const ElementTable& table) : table_(&table) {
             // points (l / 2 of an end once the spread passes a right angle).
             const double l = b - a + 2 * step;
             const double turn = curvature * l;
+            // A foot found here may settle up to kMaxPolishSteps steps (and half a step to the
+            // step's middle) past the stretch: each step moves the point by at most h.
+            const double settle = (kMaxPolishSteps + 1) * step;
             const double grow =
-                (turn < rcc::kHalfPi ? 0.5 * l * std::sin(turn) : 0.5 * l) + kBoxMargin;
+                (turn < rcc::kHalfPi ? 0.5 * l * std::sin(turn) : 0.5 * l) + settle + kBoxMargin;
             const Box box{std::min(from.x, to.x) - grow, std::min(from.y, to.y) - grow,
                           std::max(from.x, to.x) + grow, std::max(from.y, to.y) + grow};
             chunks_.push_back({i, a, b, from, to, box, k + 1 == pieces, i == first_ && k == 0});
@@ -326,14 +335,21 @@ void ProjectionIndex::chunkFeet(const Chunk& chunk, double x, double y,
     const std::size_t j = nextElement_[i];
     if (chunk.endsElement && j < table.size()) {
         const Sample start = sample(startPoint_[j], 0);
-        if (b.f > 0 && start.f <= 0) {
-            // Beyond the end normal of one element and before the start normal of the next:
-            // the junction, from whichever side lies nearer (they differ across a gap).
-            const LengthFoot ahead = cornerAt(table, j, start);
-            LengthFoot behind = footAt(table, i, b);
-            behind.distance = std::hypot(b.f, b.d);
-            behind.offset = b.d < 0 ? -behind.distance : behind.distance;
-            out.push_back(behind.distance < ahead.distance ? behind : ahead);
+        // The route's distance to the point runs along element i to its evaluated end, then
+        // on from the next element's first evaluated point (a step on, or across a gap or a
+        // mismatch of stored ends). A junction the distance falls into from both sides is a
+        // corner (the nearer point); one it falls into from one side only is a corner when
+        // the other side's point lies farther (beyond round-off).
+        LengthFoot behind = footAt(table, i, b);
+        behind.offset = b.d < 0 ? -behind.distance : behind.distance;
+        const LengthFoot ahead = cornerAt(table, j, start);
+        const bool intoEnd = b.f > 0, intoStart = start.f <= 0;
+        if (intoEnd && intoStart) {
+            out.push_back(behind.distance <= ahead.distance ? behind : ahead);
+        } else if (intoEnd && behind.distance < ahead.distance - kBoxMargin) {
+            out.push_back(behind);
+        } else if (intoStart && ahead.distance < behind.distance - kBoxMargin) {
+            out.push_back(ahead);
         }
     }
 }
@@ -366,9 +382,7 @@ void ProjectionIndex::endFeet(double x, double y, std::vector<LengthFoot>& out) 
     const Anchor& e1 = chunks_.back().toPoint;
     const Sample end = sampleOf(e1.x, e1.y, e1.bearing, e1.cos, e1.sin, l.length, x, y);
     if (end.f > 0 && end.f <= 0.5 * stepOf(l)) {
-        LengthFoot foot = footAt(table, last_, end);
-        foot.distance = std::hypot(end.f, end.d);
-        out.push_back(foot);
+        out.push_back(footAt(table, last_, end));
     }
     if (end.f > 0.5 * stepOf(l)) {
         LengthFoot foot;

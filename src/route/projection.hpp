@@ -55,7 +55,8 @@ private:
         double minX, minY, maxX, maxY;
     };
     /// A stretch [from, to] of one element (lengths from the element's start) whose box
-    /// provably holds every point the element's evaluation gives on it.
+    /// provably holds every point the element's evaluation gives on it, and a few steps
+    /// either side, where a foot found in it may settle.
     struct Chunk {
         std::size_t element;
         double from;
@@ -74,6 +75,7 @@ private:
         std::size_t chunk = 0;
     };
 
+    /// Builds the node over chunks [begin, end) and those below it; returns its index.
     std::size_t build(std::size_t begin, std::size_t end);
     /// Feet found in one chunk, and at the corner or junction checked there.
     void chunkFeet(const Chunk& chunk, double x, double y, std::vector<LengthFoot>& out) const;
