@@ -432,7 +432,13 @@
     window.addEventListener('resize', fit);
     fit();
     // Screen position of the route at a length, for scripted checks of the hover.
-    return { screenOfLength: (length) => { const a = interpolate(smp, length); return toScreen(a.x, a.y); } };
+    return {
+      screenOfLength: (length) => {
+        const a = interpolate(smp, length);
+        return toScreen(a.x, a.y);
+      },
+      scale: () => view.k,
+    };
   }
 
   // ---- profile ----------------------------------------------------------------------------
