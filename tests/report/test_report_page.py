@@ -17,12 +17,14 @@ import pytest
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.actions.wheel_input import ScrollOrigin
 from selenium.webdriver.common.by import By
 from selenium.webdriver.support.ui import WebDriverWait
 
 TOOLS = pathlib.Path(__file__).resolve().parents[2] / "tools" / "report"
 TIMEOUT = 30  # seconds for any page load, script or wait
 WINDOW = (1400, 1000)
+WHEEL_PX = 600  # one scripted wheel turn: zooms in by exp(0.0015 * 600), about 2.5 times
 R = 100.0  # radius of the hand-made route's arc
 
 
@@ -107,6 +109,28 @@ def pages(directory):
     return out
 
 
+def screen_offset(browser, plan, length):
+    """Offset from the plan's centre, in whole pixels, of the route at `length`."""
+    sx, sy = browser.execute_script(
+        "return window.qvReport.plan.screenOfLength(arguments[0])", length)
+    w, h = browser.execute_script(
+        "const r = arguments[0].getBoundingClientRect(); return [r.width, r.height];", plan)
+    return int(round(sx - w / 2)), int(round(sy - h / 2))
+
+
+def hover_station(browser, plan, length, station):
+    """Hovers over the route at `length`, checks the station shown, returns px per metre."""
+    ActionChains(browser).move_to_element_with_offset(
+        plan, *screen_offset(browser, plan, length)).perform()
+    readout = browser.find_element(By.ID, "plan-info").text
+    assert "Station " in readout, readout
+    shown = float(readout.split("Station ")[1].split()[0])
+    px_per_m = browser.execute_script("return window.qvReport.plan.scale()")
+    # The cursor lands on a whole pixel: within a pixel of the point asked for.
+    assert abs(shown - float(station)) <= 1.0 / px_per_m, readout
+    return px_per_m
+
+
 @pytest.fixture(scope="module")
 def browser():
     profile = tempfile.mkdtemp(prefix="qv-report-chromium-")
@@ -149,20 +173,20 @@ def test_page_draws_and_hover_shows_the_station(browser, workdir):
         browser.save_screenshot(str(png))
         assert png.stat().st_size > 20000, "the screenshot is nearly blank"
 
-        # Hover over the route at a known length: the readout names its station.
-        sx, sy = browser.execute_script(
-            "return window.qvReport.plan.screenOfLength(arguments[0])", length)
+        # Hover over the route at a known length: the readout names its station, within
+        # the pixel the cursor lands on; zoomed in by the wheel, that pixel is smaller.
         plan = browser.find_element(By.ID, "plan")
-        rect = browser.execute_script(
-            "const r = arguments[0].getBoundingClientRect(); return [r.width, r.height];", plan)
-        ActionChains(browser).move_to_element_with_offset(
-            plan, int(round(sx - rect[0] / 2)), int(round(sy - rect[1] / 2))).perform()
-        readout = browser.find_element(By.ID, "plan-info").text
-        # The cursor lands on a whole pixel: within half a pixel of the point asked for.
-        assert "Station " in readout, readout
-        shown = float(readout.split("Station ")[1].split()[0])
-        px_per_m = browser.execute_script("return window.qvReport.plan.scale()")
-        assert abs(shown - float(station)) <= 1.0 / px_per_m, readout
+        scale_before = hover_station(browser, plan, length, station)
+        offset = screen_offset(browser, plan, length)
+        ActionChains(browser).scroll_from_origin(
+            ScrollOrigin.from_element(plan, *offset), 0, -WHEEL_PX).perform()
+        assert hover_station(browser, plan, length, station) > 2 * scale_before
+
+        # The profile's readout follows the cursor along the route.
+        profile = browser.find_element(By.ID, "profile")
+        ActionChains(browser).move_to_element(profile).perform()
+        readout = browser.find_element(By.ID, "profile-info").text
+        assert "Station " in readout and "grade line" in readout, readout
 
         errors = [e for e in browser.get_log("browser") if e["level"] == "SEVERE"]
         assert not errors, errors

@@ -459,8 +459,13 @@
       info.textContent = 'This route has no profile.';
       return null;
     }
-    let zMin = Math.min(...zs);
-    let zMax = Math.max(...zs);
+    // A loop, not Math.min(...zs): spreading a long route's samples overflows the stack.
+    let zMin = Infinity;
+    let zMax = -Infinity;
+    for (const z of zs) {
+      zMin = Math.min(zMin, z);
+      zMax = Math.max(zMax, z);
+    }
     const pad = Math.max((zMax - zMin) * 0.1, 0.5);
     zMin -= pad;
     zMax += pad;
