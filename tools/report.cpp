@@ -34,7 +34,7 @@ constexpr double kElevationTolerance = 0.001;  // metres
 constexpr double kMaxSpacing = 25.0;           // metres between samples on straight grades
 constexpr double kSameLength = 1e-9;           // metres: breaks closer than this are one
 constexpr double kOriginGrid = 1000.0;         // local origin on a round kilometre
-constexpr double kMaxMajorTicks = 25.0;        // labelled stations along the whole route
+constexpr double kMaxMajorTicks = 12.0;        // labelled stations along the whole route
 constexpr int kMinorPerMajor = 5;
 constexpr double kNiceIntervals[] = {1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000, 10000};
 constexpr int kSampleDecimals = 4;   // 0.1 mm: well under every tolerance above
@@ -519,8 +519,10 @@ std::string reportPage(const Route& route, const std::string& source,
         "Readings come from " + std::to_string(sampling.lengths.size()) +
         " points of the route carried by this page, at most " +
         fixed(sampling.largestCurveSpacing > 0 ? sampling.largestCurveSpacing : kMaxSpacing, 2) +
-        " apart on curves: the station shown is within 1 cm of the route's for points up to " +
-        fixed(kHoverReach, 0) + " from the centre line, and the design elevation within 1 mm.";
+        " m apart on curves: the station shown is within 1 cm of the route's for points up to " +
+        fixed(kHoverReach, 0) +
+        " m from the centre line, and the design elevation within 1 mm. Coordinates are kept "
+        "relative to a local origin and shown in full.";
 
     const std::string tables =
         curveTable(w) + verticalTable(w) + equationTable(w) + stakeoutTable(w, stakeout);
