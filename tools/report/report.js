@@ -12,6 +12,7 @@
   const CJK_WIDTH = 1.0; // estimated advance of a character, in font sizes
   const LATIN_WIDTH = 0.6;
   const TICK_PX = 6; // half length of a minor station tick; major ticks are twice as long
+  const GRID_PX = 140; // coordinate grid lines at least about this far apart on screen
   const BISECTIONS = 40; // halves [0, 1] to well below a micrometre on any segment
 
   // ---- stations ---------------------------------------------------------------------------
@@ -233,18 +234,19 @@
     const ne = data.frame === 'NE';
     const hOf = (x, y) => (ne ? y : x);
     const vOf = (x, y) => (ne ? x : y);
-    const plan = setUpPlan(data, hOf, vOf, st, fmt);
+    const plan = setUpPlan(data, ne, hOf, vOf, st, fmt);
     const profile = setUpProfile(data, st, fmt);
     root.qvReport = { plan, profile, data };
   }
 
   // ---- plan -------------------------------------------------------------------------------
 
-  function setUpPlan(data, hOf, vOf, st, fmt) {
+  function setUpPlan(data, ne, hOf, vOf, st, fmt) {
     const svg = document.getElementById('plan');
     const info = document.getElementById('plan-info');
     const smp = data.samples;
     const n = smp.s.length;
+    const gridLayer = el('g', {}, svg); // under the route
     const geom = el('g', {}, svg);
     const overlay = el('g', {}, svg);
     const fixedLayer = el('g', {}, svg);
@@ -292,15 +294,17 @@
     const fromScreen = (sx, sy) => {
       const h = (sx - view.ox) / view.k;
       const v = (view.oy - sy) / view.k;
-      return data.frame === 'NE' ? [v, h] : [h, v];
+      return ne ? [v, h] : [h, v];
     };
 
     function draw() {
       geom.setAttribute('transform', `matrix(${view.k} 0 0 ${-view.k} ${view.ox} ${view.oy})`);
-      while (overlay.firstChild) overlay.removeChild(overlay.firstChild);
-      while (fixedLayer.firstChild) fixedLayer.removeChild(fixedLayer.firstChild);
+      for (const layer of [gridLayer, overlay, fixedLayer]) {
+        while (layer.firstChild) layer.removeChild(layer.firstChild);
+      }
       const { w, h } = size();
       const inView = (p) => p[0] > -50 && p[0] < w + 50 && p[1] > -50 && p[1] < h + 50;
+      drawGrid(w, h);
       const labels = [];
       // Key points first: they win any clash with a station label.
       for (const kp of data.keyPoints) {
@@ -332,6 +336,31 @@
       for (const l of placeLabels(labels)) text(overlay, l.x, l.y + l.h - 3, l.text, l.cls);
       drawNorthArrow(fixedLayer, w);
       drawScaleBar(fixedLayer, h);
+    }
+
+    // Coordinate grid on round values of the full coordinates (the local origin is a round
+    // kilometre, so round local values are round full ones), labelled along two edges.
+    function drawGrid(w, h) {
+      const step = niceLength(GRID_PX / view.k);
+      const decimals = step >= 1 ? 0 : Math.ceil(-Math.log10(step));
+      const hFrom = Math.ceil((0 - view.ox) / view.k / step);
+      const hTo = Math.floor((w - view.ox) / view.k / step);
+      const vFrom = Math.ceil((view.oy - h) / view.k / step);
+      const vTo = Math.floor(view.oy / view.k / step);
+      const hOrigin = hOf(data.origin[0], data.origin[1]);
+      const vOrigin = vOf(data.origin[0], data.origin[1]);
+      const hName = ne ? 'E ' : 'x ';
+      const vName = ne ? 'N ' : 'y ';
+      for (let i = hFrom; i <= hTo; i++) {
+        const sx = view.ox + view.k * i * step;
+        el('line', { x1: sx, x2: sx, y1: 0, y2: h, class: 'grid' }, gridLayer);
+        text(gridLayer, sx + 3, h - 6, hName + (hOrigin + i * step).toFixed(decimals), 'grid-label');
+      }
+      for (let i = vFrom; i <= vTo; i++) {
+        const sy = view.oy - view.k * i * step;
+        el('line', { x1: 0, x2: w, y1: sy, y2: sy, class: 'grid' }, gridLayer);
+        text(gridLayer, 4, sy - 3, vName + (vOrigin + i * step).toFixed(decimals), 'grid-label');
+      }
     }
 
     function boxAt(p, content, cls, dx, dy) {
