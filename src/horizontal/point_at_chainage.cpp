@@ -2,6 +2,7 @@
 // chainage text, and the two bearing-between-points functions.
 #include "chainage/chainage.hpp"
 #include "horizontal/horizontal.hpp"
+#include "profile/profile.hpp"
 
 #include <cmath>
 
@@ -14,21 +15,6 @@ const RoadCurve* findElement(const std::vector<RoadCurve>& elements, double dk) 
         if (element.startDK <= dk && dk <= element.endDK) return &element;
     }
     return nullptr;
-}
-
-// Elevation of one profile piece at distance `along` from its start: the grade line, plus
-// the parabola's offset c*d^2/(2R) measured from the end that touches the grade line.
-double pieceElevation(const RoadVerticalCurve& piece, double along) {
-    constexpr int kFirstHalf = 5;
-    constexpr int kSecondHalf = 6;
-    double z = piece.grade * along + piece.startElevation;
-    if (piece.curveType == kFirstHalf) {
-        z = z + piece.concavity * (along * along / (piece.radius * 2.0));
-    } else if (piece.curveType == kSecondHalf) {
-        const double toEnd = piece.length - along;
-        z = z + piece.concavity * (toEnd * toEnd / (piece.radius * 2.0));
-    }
-    return z;
 }
 
 }  // namespace
@@ -74,7 +60,7 @@ double RoadCurvesCalculation::calculateCoordinatesAndBearing(std::string dk, dou
         // The end text is read only once the start is known to lie at or before dk.
         if (!(value >= rcc::parseDKText(piece.startDK))) continue;
         if (!(rcc::parseDKText(piece.endDK) >= value)) continue;
-        elevation = pieceElevation(piece, calculateLengthBetween2DKs(piece.startDK, dk));
+        elevation = rcc::pieceElevation(piece, calculateLengthBetween2DKs(piece.startDK, dk));
         break;
     }
     return bearing;
