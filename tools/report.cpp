@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdio>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <vector>
 
@@ -40,7 +39,6 @@ constexpr double kNiceIntervals[] = {1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2
 constexpr int kSampleDecimals = 4;   // 0.1 mm: well under every tolerance above
 constexpr int kBearingDecimals = 9;  // radians: 1e-9 rad is 0.1 um at the hover reach
 constexpr int kGradeDecimals = 7;
-constexpr double kRadToDeg = 180.0 / M_PI;
 constexpr double kPercent = 100.0;
 
 std::string num(double value, int decimals) {
@@ -50,19 +48,23 @@ std::string num(double value, int decimals) {
     return buffer;
 }
 
-// JSON text of a string; '<' is escaped so that no name can close the script element.
+// JSON text of a string. '<' is escaped too, so that no name can close the script element
+// that carries the data; other bytes pass as they are (the page is UTF-8).
 std::string quote(const std::string& text) {
-    const std::string dumped =
-        nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-    std::string out;
-    for (const char c : dumped) {
-        if (c == '<') {
-            out += "\\u003c";
+    static const char* const kHex = "0123456789abcdef";
+    std::string out = "\"";
+    for (const char c : text) {
+        const auto u = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += c;
+        } else if (u < 0x20 || c == '<') {  // control characters and '<' as \u00XX
+            out += std::string("\\u00") + kHex[u >> 4] + kHex[u & 0xF];
         } else {
             out += c;
         }
     }
-    return out;
+    return out + '"';
 }
 
 std::string escapeHtml(const std::string& text) {
@@ -188,34 +190,39 @@ Sampling sampleLengths(const Route& route, const std::string& source) {
 
 // Pieces of the numbering: from each piece's start length on, the station runs on one for one
 // with one occurrence. A piece starts at each break and where a long chain's repeated
-// stretch ends; its start value is read from the route at the piece's middle.
+// stretch ends; that stretch's last point is still the second pass, so the piece after it is
+// open at its start. Each start value is read from the route at the piece's middle.
 std::string numberingJson(const Route& route) {
-    std::vector<double> starts{0.0};
+    std::vector<std::pair<double, bool>> starts{{0.0, false}};  // length, open at the start
     for (const auto& eq : route.equations()) {
         if (!eq.isBreak) continue;
-        starts.push_back(eq.length);
+        starts.emplace_back(eq.length, false);
         if (eq.equation.ahead < eq.equation.back) {
-            starts.push_back(eq.length + (eq.equation.back - eq.equation.ahead));
+            starts.emplace_back(eq.length + (eq.equation.back - eq.equation.ahead), true);
         }
     }
     const double total = route.length();
-    starts.erase(std::remove_if(starts.begin(), starts.end(),
-                                [total](double l) { return !(l >= 0.0 && l < total); }),
-                 starts.end());
+    starts.erase(
+        std::remove_if(starts.begin(), starts.end(),
+                       [total](const auto& p) { return !(p.first >= 0.0 && p.first < total); }),
+        starts.end());
     std::sort(starts.begin(), starts.end());
-    starts.erase(std::unique(starts.begin(), starts.end(),
-                             [](double a, double b) { return b - a < kSameLength; }),
-                 starts.end());
-    if (starts.empty()) starts.push_back(0.0);
+    starts.erase(
+        std::unique(starts.begin(), starts.end(),
+                    [](const auto& a, const auto& b) { return b.first - a.first < kSameLength; }),
+        starts.end());
+    if (starts.empty()) starts.emplace_back(0.0, false);
     std::string out = "[";
     for (std::size_t i = 0; i < starts.size(); ++i) {
-        const double end = i + 1 < starts.size() ? starts[i + 1] : std::max(total, starts[i]);
-        const double mid = starts[i] + (end - starts[i]) / 2;
+        const double from = starts[i].first;
+        const double end = i + 1 < starts.size() ? starts[i + 1].first : std::max(total, from);
+        const double mid = from + (end - from) / 2;
         const Station at = route.stationAt(mid);
         if (i > 0) out += ',';
-        out += "{\"l\":" + num(starts[i], kSampleDecimals) +
-               ",\"v\":" + num(at.value - (mid - starts[i]), kSampleDecimals) +
-               ",\"o\":" + std::to_string(at.occurrence) + '}';
+        out += "{\"l\":" + num(from, kSampleDecimals) +
+               ",\"v\":" + num(at.value - (mid - from), kSampleDecimals) +
+               ",\"o\":" + std::to_string(at.occurrence) +
+               (starts[i].second ? ",\"open\":true}" : "}");
     }
     return out + ']';
 }
@@ -246,10 +253,10 @@ std::string dataJson(const Route& route, const Sampling& sampling, const Origin&
     out << "{\"name\":" << quote(d.name)
         << ",\"frame\":" << (d.frame == qv::route::Frame::NE ? "\"NE\"" : "\"XY\"")
         << ",\"stationStyle\":"
-        << (options.style == qv::route::StationStyle::K    ? "\"k\""
-            : options.style == qv::route::StationStyle::US ? "\"us\""
-                                                           : "\"plain\"")
-        << ",\"decimals\":" << options.decimals << ",\"origin\":[" << num(origin.x, 3) << ','
+        << (options.format.station == qv::route::StationStyle::K    ? "\"k\""
+            : options.format.station == qv::route::StationStyle::US ? "\"us\""
+                                                                    : "\"plain\"")
+        << ",\"decimals\":" << options.format.decimals << ",\"origin\":[" << num(origin.x, 3) << ','
         << num(origin.y, 3) << "],\"length\":" << num(route.length(), kSampleDecimals)
         << ",\"samples\":{\"s\":[" << s << "],\"x\":[" << x << "],\"y\":[" << y << "],\"b\":[" << b
         << "],\"z\":[" << z << "],\"g\":[" << g << "]}"
@@ -306,9 +313,8 @@ std::string dataJson(const Route& route, const Sampling& sampling, const Origin&
             << ",\"x\":" << num(p.x - origin.x, kSampleDecimals)
             << ",\"y\":" << num(p.y - origin.y, kSampleDecimals)
             << ",\"b\":" << num(p.bearing, kBearingDecimals)
-            << ",\"major\":" << (isMajor ? "true" : "false")
-            << ",\"text\":" << quote(qv::route::formatStation(row.station, options.style, 0))
-            << '}';
+            << ",\"major\":" << (isMajor ? "true" : "false") << ",\"text\":"
+            << quote(qv::route::formatStation(row.station, options.format.station, 0)) << '}';
         first = false;
     });
 
@@ -365,50 +371,38 @@ private:
 
 struct Writer {
     const Route& route;
-    const ReportOptions& options;
-    bool ne = false;
+    const FormatOptions& format;
+    qv::route::Frame frame;
 
+    int decimals() const { return format.decimals; }
+    // Lengths of parts a curve may lack (transitions, tangents) stay blank when zero.
     std::string len(double v) const {
-        return std::isfinite(v) && v != 0 ? fixed(v, options.decimals) : "";
+        return std::isfinite(v) && v != 0 ? fixed(v, format.decimals) : "";
     }
-    std::string st(double length) const {
-        return qv::route::formatStation(route.stationAt(length), options.style, options.decimals);
-    }
-    std::string dms(double radians) const {
-        FormatOptions f;
-        f.angle = AngleStyle::DMS;
-        return formatAngle(radians * kRadToDeg, f);
-    }
-    std::string azimuth(double radians) const {
-        return dms(normalizeDegrees(radians * kRadToDeg) / kRadToDeg);
-    }
-    // In the XY frame a growing bearing turns left; in the NE frame it turns right.
-    std::string side(double deflection) const {
-        if (deflection == 0) return "";
-        return (deflection > 0) == ne ? " R" : " L";
-    }
-    std::string percent(double grade) const { return fixed(grade * kPercent, options.decimals); }
+    std::string st(double length) const { return stationText(route.stationAt(length), format); }
+    std::string percent(double grade) const { return fixed(grade * kPercent, format.decimals); }
 };
 
 std::string curveTable(const Writer& w) {
-    const std::string px = w.ne ? "PI N" : "PI x";
-    const std::string py = w.ne ? "PI E" : "PI y";
+    const std::string px = std::string("PI ") + xName(w.frame);
+    const std::string py = std::string("PI ") + yName(w.frame);
     HtmlTable t("Curve table", {"Curve", "Deflection", "R", "L1", "L2", "A1", "A2", "T1", "T2", "L",
                                 "E", "TS / PC", "SC", "CS", "ST / PT", px, py});
     const std::vector<bool> numeric{false, true, true, true, true, true, true, true, true,
                                     true,  true, true, true, true, true, true, true};
     for (const auto& c : w.route.curves()) {
         const bool pi = c.fromIntersectionPoint;
-        t.row({c.name, w.dms(std::fabs(c.deflection)) + w.side(c.deflection),
-               std::isinf(c.radius) ? "∞" : fixed(c.radius, w.options.decimals),
+        const int turn = c.deflection > 0 ? 1 : c.deflection < 0 ? -1 : 0;
+        t.row({c.name, angleText(c.deflection, w.format) + ' ' + turnText(turn, w.frame),
+               std::isinf(c.radius) ? "∞" : fixed(c.radius, w.decimals()),
                w.len(c.inTransitionLength), w.len(c.outTransitionLength), w.len(c.inParameter),
                w.len(c.outParameter), pi ? w.len(c.inTangentLength) : "",
                pi ? w.len(c.outTangentLength) : "", w.len(c.curveLength),
                pi ? w.len(c.external) : "", w.st(c.startLength),
                c.inTransitionLength > 0 ? w.st(c.startLength + c.inTransitionLength) : "",
                c.outTransitionLength > 0 ? w.st(c.endLength - c.outTransitionLength) : "",
-               w.st(c.endLength), pi ? fixed(c.intersection.x, w.options.decimals) : "",
-               pi ? fixed(c.intersection.y, w.options.decimals) : ""},
+               w.st(c.endLength), pi ? fixed(c.intersection.x, w.decimals()) : "",
+               pi ? fixed(c.intersection.y, w.decimals()) : ""},
               numeric);
     }
     return t.html();
@@ -421,15 +415,14 @@ std::string verticalTable(const Writer& w) {
     const std::vector<bool> numeric(13, true);
     for (const auto& vc : w.route.verticalCurves()) {
         const bool c = vc.hasCurve;
-        t.row({vc.name, qv::route::formatStation(vc.station, w.options.style, w.options.decimals),
-               fixed(vc.elevation, w.options.decimals), w.percent(vc.grade1), w.percent(vc.grade2),
-               c ? fixed(vc.radius, w.options.decimals) : "",
-               c ? fixed(vc.tangentLength, w.options.decimals) : "",
-               c ? fixed(2 * vc.tangentLength, w.options.decimals) : "",
-               c ? fixed(vc.external, w.options.decimals) : "", c ? w.st(vc.startLength) : "",
+        t.row({vc.name, stationText(vc.station, w.format), fixed(vc.elevation, w.decimals()),
+               w.percent(vc.grade1), w.percent(vc.grade2), c ? fixed(vc.radius, w.decimals()) : "",
+               c ? fixed(vc.tangentLength, w.decimals()) : "",
+               c ? fixed(2 * vc.tangentLength, w.decimals()) : "",
+               c ? fixed(vc.external, w.decimals()) : "", c ? w.st(vc.startLength) : "",
                c ? w.st(vc.endLength) : "",
                vc.extremeLength ? w.st(*vc.extremeLength) + (vc.crest ? " high" : " low") : "",
-               vc.extremeLength ? fixed(vc.extremeElevation, w.options.decimals) : ""},
+               vc.extremeLength ? fixed(vc.extremeElevation, w.decimals()) : ""},
               numeric);
     }
     return t.html();
@@ -441,24 +434,24 @@ std::string equationTable(const Writer& w) {
     for (const auto& eq : w.route.equations()) {
         const auto& e = eq.equation;
         const char* kind = !eq.isBreak ? "label" : e.ahead > e.back ? "short chain" : "long chain";
-        t.row({e.name, fixed(e.back, w.options.decimals), fixed(e.ahead, w.options.decimals), kind,
-               fixed(eq.length, w.options.decimals)},
+        t.row({e.name, fixed(e.back, w.decimals()), fixed(e.ahead, w.decimals()), kind,
+               fixed(eq.length, w.decimals())},
               numeric);
     }
     return t.html();
 }
 
 std::string stakeoutTable(const Writer& w, const qv::route::TableRequest& request) {
-    HtmlTable t("Stakeout table, every " + fixed(request.interval, w.options.decimals),
-                {"Station", "Point", w.ne ? "N" : "x", w.ne ? "E" : "y",
-                 w.ne ? "Azimuth" : "Bearing", "Elevation"});
+    HtmlTable t("Stakeout table, every " + fixed(request.interval, w.decimals()),
+                {"Station", "Point", xName(w.frame), yName(w.frame),
+                 w.frame == qv::route::Frame::NE ? "Azimuth" : "Bearing", "Elevation"});
     const std::vector<bool> numeric{true, false, true, true, true, true};
     w.route.forEachTableRow(request, [&](const qv::route::TableRow& row) {
         const qv::route::RoutePoint p = w.route.pointAtLength(row.length);
         const double z = w.route.elevationAtLength(row.length);
-        t.row({qv::route::formatStation(row.station, w.options.style, w.options.decimals),
-               row.label, fixed(p.x, w.options.decimals), fixed(p.y, w.options.decimals),
-               w.azimuth(p.bearing), std::isnan(z) ? "" : fixed(z, w.options.decimals)},
+        t.row({stationText(row.station, w.format), row.label, fixed(p.x, w.decimals()),
+               fixed(p.y, w.decimals()), bearingText(p.bearing, w.format),
+               std::isnan(z) ? "" : fixed(z, w.decimals())},
               numeric);
     });
     return t.html();
@@ -508,12 +501,13 @@ std::string reportPage(const Route& route, const std::string& source,
     const qv::route::RoutePoint start = route.pointAtLength(0.0);
     const Origin origin{std::floor(start.x / kOriginGrid) * kOriginGrid,
                         std::floor(start.y / kOriginGrid) * kOriginGrid};
-    const Writer w{route, options, d.frame == qv::route::Frame::NE};
+    const Writer w{route, options.format, d.frame};
+    const bool ne = d.frame == qv::route::Frame::NE;
 
     const std::string title = d.name.empty() ? source : d.name;
-    std::string summary = "Length " + fixed(route.length(), options.decimals) + ", stations " +
+    std::string summary = "Length " + fixed(route.length(), w.decimals()) + ", stations " +
                           w.st(0.0) + " to " + w.st(route.length()) + ", " +
-                          (w.ne ? "x = northing, y = easting (N, E)" : "x east, y north");
+                          (ne ? "x = northing, y = easting (N, E)" : "x east, y north");
     if (!d.coordinateSystem.empty()) summary += ", " + d.coordinateSystem;
     const std::string note =
         "Readings come from " + std::to_string(sampling.lengths.size()) +

@@ -5,14 +5,16 @@
 #include <qv_route/route.hpp>
 #include <qv_route/station.hpp>
 
+#include <cstddef>
 #include <string>
+
+#include "format.hpp"
 
 namespace rcctool {
 
 struct ReportOptions {
     double interval = 20.0;  ///< stakeout table: round stations at this interval, length units
-    qv::route::StationStyle style = qv::route::StationStyle::Plain;
-    int decimals = 3;  ///< digits after the point of lengths, coordinates and stations
+    FormatOptions format;    ///< station style and decimals of the tables and readouts
 };
 
 /// Most samples a page may carry: the browser draws and searches every one of them, and

@@ -1,200 +1,187 @@
-// The tool's tables against the library's own answers: every stakeout row of a small route
-// built here by hand, key points against the curve table, and the chainage text forms.
+// The tool's tables against values worked out by hand: round stations across station
+// equations, offset and controller points, the curve table of a right angle and of a curve
+// with transitions, crests and sags, and the text forms of angles and numbers.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <map>
 #include <string>
 
 #include "commands.hpp"
 
 namespace {
 
+using qv::route::StationStyle;
 using rcctool::FormatOptions;
 using rcctool::Table;
 
-// Six decimals match the library's chainage text, so a shown chainage is a query text.
-constexpr double kShown = 2e-6;     // round-off of a six-decimal cell (length units)
-constexpr double kShownDeg = 2e-6;  // the same for a bearing cell (degrees)
-constexpr double kDegPerRad = 180.0 / M_PI;
+qv::route::Route load(const std::string& file) { return rcctool::loadRoute(file, {}); }
 
-FormatOptions plainSixDecimals() {
-    FormatOptions f;
-    f.decimals = 6;
-    return f;
+Table stakeoutTable(const std::string& file, const rcctool::StakeoutOptions& options,
+                    const FormatOptions& format = {}) {
+    rcctool::TableCollector sink;
+    rcctool::stakeout(load(file), options, format, sink);
+    return sink.tables.at(0);
 }
 
-// tests/tools/data/small_route.json, built through the library's own calls and no tool code.
-RoadCurvesCalculation smallRouteByHand() {
-    BrokenChainSet chains;
-    chains.addChain(BrokenChain{1, 150.0, 160.0});
-    chains.addChain(BrokenChain{0, 640.0, 610.0});
-    RoadCurvesCalculation route;
-    route.setBrokenChainSet(chains);
-    const JDPoint points[] = {{0, 0, 0, 0, 0, 0, 0, 0, 100, 0},
-                              {0, 100, 200, 0, 20, 30, 0, 0, 0, 1},
-                              {0, 150, 300, 150, 25, 25, 0, 0, 0, 1},
-                              {0, 0, 600, 180, 0, 0, 0, 0, 0, 2}};
-    double b1, b2, t1, t2, lc, defl;
-    int turn;
-    for (int i = 0; i < 4; ++i) {
-        route.addJDPoint(points[i]);
-        if (i >= 2) {
-            EXPECT_EQ(route.convertJDPointsToRoadCurves(b1, b2, t1, t2, lc, defl, turn), 0);
-        }
-    }
-    const RoadVerticalCurvePoint grades[] = {{"100", 10.0, 0, 0, 0, 0, 0, 0},
-                                             {"250", 13.0, 1500, 0, 0, 0, 0, 1},
-                                             {"420", 11.0, 2500, 0, 0, 0, 0, 1},
-                                             {"700", 12.5, 0, 0, 0, 0, 0, 0}};
-    double g1, g2, t, e;
-    for (int i = 0; i < 4; ++i) {
-        route.addBPPoint(grades[i]);
-        if (i >= 2) {
-            EXPECT_EQ(route.convertBPPointsToVerticalCurves(g1, g2, t, e), 0);
-        }
-    }
-    return route;
+std::vector<Table> curveTables(const std::string& file, const FormatOptions& format = {}) {
+    rcctool::TableCollector sink;
+    rcctool::curves(load(file), format, sink);
+    return sink.tables;
 }
 
-const std::vector<std::string>* rowLabelled(const Table& table, const std::string& label) {
+std::size_t column(const Table& table, const std::string& name) {
+    for (std::size_t i = 0; i < table.columns.size(); ++i) {
+        if (table.columns[i].name == name) return i;
+    }
+    ADD_FAILURE() << "no column " << name;
+    return 0;
+}
+
+// The station cell of the row `length` along the route ("" when there is none).
+std::string stationAtLength(const Table& table, const std::string& length) {
     for (const auto& row : table.rows) {
-        if (row.back().find(label) != std::string::npos) return &row;
+        if (row[1] == length) return row[0];
     }
-    return nullptr;
+    return "";
 }
 
-TEST(StakeoutTable, EveryRowIsTheLibrarysPointAtItsChainage) {
-    const rcctool::Route route = rcctool::loadRoute(RCC_TEST_DATA "/small_route.json");
+TEST(Stakeout, ListsRoundStationsInEachNumbering) {
+    struct Case {
+        const char* file;
+        double interval;
+        StationStyle style;
+        const char* length;   // a row's length along the route
+        const char* station;  // its station, worked out from the equations by hand
+    };
+    const Case cases[] = {
+        // Example: 300 = 340 at length 300, so K0+400 lies at 360 and K0+440 is no row.
+        {RCC_EXAMPLE, 100, StationStyle::K, "360.000", "K0+400.000"},
+        {RCC_EXAMPLE, 100, StationStyle::K, "400.000", ""},
+        // Example: 2390 = 2330 lies at length 2350; the second 2380 is 50 further on.
+        {RCC_EXAMPLE, 20, StationStyle::K, "2400.000", "K2+380.000(2)"},
+        // Small route from 100: 150 = 160 (length 50), 640 = 610 (length 530).
+        {RCC_TEST_DATA "/small_route.json", 20, StationStyle::Plain, "70.000", "180.000"},
+        {RCC_TEST_DATA "/small_route.json", 20, StationStyle::Plain, "510.000", "620.000"},
+        {RCC_TEST_DATA "/small_route.json", 20, StationStyle::Plain, "540.000", "0620.000"},
+        {RCC_TEST_DATA "/small_route.json", 20, StationStyle::Plain, "580.000", "660.000"},
+        // From -90 the round stations are -80, -60, ...
+        {RCC_TEST_DATA "/negative_start.json", 20, StationStyle::Plain, "10.000", "-80.000"},
+        {RCC_TEST_DATA "/negative_start.json", 20, StationStyle::K, "30.000", "-K0+060.000"},
+        // 120 = 130 on the arc (length 100 to 150): 140 lies at 130.
+        {RCC_TEST_DATA "/chain_in_curve.json", 20, StationStyle::Plain, "130.000", "140.000"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.file) + " at length " + c.length);
+        rcctool::StakeoutOptions options;
+        options.interval = c.interval;
+        FormatOptions format;
+        format.station = c.style;
+        EXPECT_EQ(stationAtLength(stakeoutTable(c.file, options, format), c.length), c.station);
+    }
+}
+
+TEST(Stakeout, OffsetPointsTakeTheCrossFallAndControllerNamesAreNumbered) {
+    // Small route at station 120: 20 along the first straight (bearing 0 from the origin),
+    // on the grade from 10 at 100 to 13 at 250, 140 long across 150 = 160: 10 + 20 * 3/140
+    // = 10.429; 2 m to the left at -2.5 %: 10.379.
     rcctool::StakeoutOptions options;
-    options.offsets = {2.5};
-    const Table table = rcctool::stakeoutTable(route, options, plainSixDecimals());
-    const RoadCurvesCalculation reference = smallRouteByHand();
-    ASSERT_GT(table.rows.size(), 30u);
-    double lastLength = -1.0;
-    for (const auto& row : table.rows) {
-        SCOPED_TRACE("chainage " + row[0] + " " + row.back());
-        double x = 0, y = 0, z = NAN;
-        const double bearing = reference.calculateCoordinatesAndBearing(row[0], x, y, z);
-        const double length = std::stod(row[1]);
-        EXPECT_GT(length, lastLength);  // strictly along the route, no duplicate rows
-        lastLength = length;
-        // The chainage names the place walked to: read back, it gives the row's length.
-        EXPECT_NEAR(reference.calculateLengthBetween2DKs("100", row[0]), length, kShown);
-        EXPECT_NEAR(std::stod(row[2]), x, kShown);
-        EXPECT_NEAR(std::stod(row[3]), y, kShown);
-        EXPECT_NEAR(std::stod(row[4]), rcctool::normalizeDegrees(bearing * kDegPerRad), kShownDeg);
-        if (row[5].empty()) {
-            EXPECT_TRUE(std::isnan(z));  // blank only where no profile piece holds it
-        } else {
-            EXPECT_NEAR(std::stod(row[5]), z, kShown);
-        }
-        EXPECT_NEAR(std::stod(row[6]), x - 2.5 * std::sin(bearing), kShown);
-        EXPECT_NEAR(std::stod(row[7]), y + 2.5 * std::cos(bearing), kShown);
-    }
-    // Behind the long chain 640 = 610: 620 and 640 come again, marked. The library's walk
-    // answers the end of the repeated stretch unmarked; the table must not.
-    std::map<std::string, std::string> byLength;
-    for (const auto& row : table.rows) byLength[row[1]] = row[0];
-    EXPECT_EQ(byLength["520.000000"], "630.000000");
-    EXPECT_EQ(byLength["540.000000"], "0620.000000");
-    EXPECT_EQ(byLength["560.000000"], "0640.000000");
-    EXPECT_EQ(byLength["580.000000"], "660.000000");
-    // Across the short chain 150 = 160 the numbers 150..160 are skipped.
-    EXPECT_EQ(byLength["60.000000"], "170.000000");
-    ASSERT_NE(rowLabelled(table, "EQ 640.000000 = 610.000000"), nullptr);
+    options.interval = 1000;
+    options.keyPoints = false;
+    options.at = {{120.0, 1}};
+    options.offsets = {2.0};
+    options.crossfall = -0.025;
+    const Table table = stakeoutTable(RCC_TEST_DATA "/small_route.json", options);
+    ASSERT_GE(table.rows.size(), 2u);
+    const auto& row = table.rows[1];  // after BEGIN
+    EXPECT_EQ(row[0], "120.000");
+    EXPECT_EQ(row[column(table, "elevation")], "10.429");
+    EXPECT_EQ(row[column(table, "y(+2)")], "2.000");
+    EXPECT_EQ(row[column(table, "elevation(+2)")], "10.379");
+    options.controller = true;
+    const Table points = stakeoutTable(RCC_TEST_DATA "/small_route.json", options);
+    ASSERT_GE(points.rows.size(), 4u);
+    EXPECT_EQ(points.rows[2],
+              (std::vector<std::string>{"3", "20.000", "0.000", "10.429", "120.000 CL"}));
+    EXPECT_EQ(points.rows[3],
+              (std::vector<std::string>{"4", "20.000", "2.000", "10.379", "120.000 L2"}));
 }
 
-TEST(StakeoutTable, KeyPointsAreTheCurveTablesMainPoints) {
-    const rcctool::Route route = rcctool::loadRoute(RCC_TEST_DATA "/small_route.json");
-    FormatOptions k = plainSixDecimals();
-    k.chainage = rcctool::ChainageStyle::KNotation;
-    const Table stakeout = rcctool::stakeoutTable(route, rcctool::StakeoutOptions{}, k);
-    const Table curves = rcctool::curveTables(route, k).at(0);
-    ASSERT_EQ(curves.rows.size(), 2u);
-    const std::map<std::string, std::size_t> column = {
-        {"TS", 12}, {"SC", 13}, {"MC", 14}, {"CS", 15}, {"ST", 16}};
-    for (const auto& curve : curves.rows) {
-        std::map<std::string, double> bearingAt;
-        for (const auto& [code, c] : column) {
-            const auto* row = rowLabelled(stakeout, curve[0] + " " + code);
-            ASSERT_NE(row, nullptr) << curve[0] << " " << code;
-            EXPECT_EQ((*row)[0], curve[c]) << curve[0] << " " << code;
-            bearingAt[code] = std::stod((*row)[4]);
-        }
-        // Through the entering clothoid the bearing turns by L1/(2R); over the whole curve
-        // by the deflection (both signed by the turn, wrapped to a half turn).
-        auto turned = [](double from, double to) { return std::remainder(to - from, 360.0); };
-        const double r = std::stod(curve[5]);
-        const double l1 = std::stod(curve[6]);
-        const double sign = std::stod(curve[4]);
-        EXPECT_NEAR(turned(bearingAt["TS"], bearingAt["SC"]), sign * l1 / (2 * r) * kDegPerRad,
-                    1e-4);
-        EXPECT_NEAR(turned(bearingAt["TS"], bearingAt["ST"]), std::stod(curve[3]), 1e-4);
-    }
-}
-
-TEST(StakeoutTable, ExampleRouteRowsMatchTheLibraryAndShowBothChains) {
-    const rcctool::Route route = rcctool::loadRoute(RCC_EXAMPLE);
+TEST(Stakeout, RefusesATableOverTheRowLimitSayingHowLarge) {
     rcctool::StakeoutOptions options;
-    options.interval = 100.0;
-    const Table plain = rcctool::stakeoutTable(route, options, plainSixDecimals());
-    for (std::size_t i = 0; i < plain.rows.size(); i += 5) {
-        const auto& row = plain.rows[i];
-        double x = 0, y = 0, z = 0;
-        route.calc.calculateCoordinatesAndBearing(row[0], x, y, z);
-        EXPECT_NEAR(std::stod(row[2]), x, kShown) << row[0];
-        EXPECT_NEAR(std::stod(row[3]), y, kShown) << row[0];
-        EXPECT_NEAR(std::stod(row[5]), z, kShown) << row[0];
+    options.interval = 1e-4;
+    try {
+        stakeoutTable(RCC_EXAMPLE, options);
+        ADD_FAILURE() << "accepted";
+    } catch (const rcctool::InputError& e) {
+        // The example is some 4,590 m long: at 0.1 mm about 45.9 million rows.
+        EXPECT_NE(std::string(e.what()).find("this table would have 45"), std::string::npos)
+            << e.what();
     }
-    FormatOptions k;
-    k.chainage = rcctool::ChainageStyle::KNotation;
-    const Table table = rcctool::stakeoutTable(route, options, k);
-    std::string all;
-    for (const auto& row : table.rows) {
-        for (const auto& cell : row) all += cell + ",";
+}
+
+TEST(Curves, RightAngleGivesTheClosedFormsAndTheSideInTheFrame) {
+    // Deflection 90°, R 100: T = R tan 45° = 100, L = 50 pi = 157.080,
+    // E = R (sec 45° - 1) = 41.421, J = 2T - L = 42.920; PI at 200, so TS 100, ST 257.080.
+    const std::pair<const char*, const char*> frames[] = {
+        {RCC_TEST_DATA "/right_angle.json", "left"},
+        {RCC_TEST_DATA "/right_angle_ne.json", "right"}};
+    for (const auto& [file, side] : frames) {
+        SCOPED_TRACE(file);
+        const Table t = curveTables(file).at(0);
+        ASSERT_EQ(t.rows.size(), 2u);  // the curve, then the end with its leg and straight
+        const auto& row = t.rows[0];
+        const std::pair<const char*, const char*> expected[] = {
+            {"point", "PI1"},   {"station", "200.000"},  {"deflection", "90.000000"},
+            {"side", side},     {"T1", "100.000"},       {"T2", "100.000"},
+            {"L", "157.080"},   {"external", "41.421"},  {"J", "42.920"},
+            {"leg", "200.000"}, {"straight", "100.000"}, {"TS/PC", "100.000"},
+            {"MC", "178.540"},  {"ST/PT", "257.080"},
+        };
+        for (const auto& [name, value] : expected) EXPECT_EQ(row[column(t, name)], value) << name;
+        // The last leg runs north 200 from the PI; its straight is 200 - T2 = 100.
+        EXPECT_EQ(t.rows[1][column(t, "leg")], "200.000");
+        EXPECT_EQ(t.rows[1][column(t, "leg bearing")], "90.000000");
+        EXPECT_EQ(t.rows[1][column(t, "straight")], "100.000");
     }
-    EXPECT_NE(all.find("K2+380.000(2)"), std::string::npos);  // behind the long chain
-    EXPECT_NE(all.find("K0+440.000"), std::string::npos);     // 300..340 skipped
-    EXPECT_EQ(all.find("nan"), std::string::npos);
 }
 
-TEST(StakeoutTable, SingleCurveRouteRunsOnToItsEndPoint) {
-    // With one intersection point the library fits the curve but leaves the last straight
-    // to the host; the END row must still be the end point, 50 - T beyond the curve.
-    const rcctool::Route route = rcctool::loadRoute(RCC_TEST_DATA "/one_curve.json");
-    const Table table = rcctool::stakeoutTable(route, {}, plainSixDecimals());
-    const auto* end = rowLabelled(table, "END");
-    ASSERT_NE(end, nullptr);
-    EXPECT_NEAR(std::stod((*end)[2]), 100.0, 1e-3);  // transitions' series formulas: < 1 mm
-    EXPECT_NEAR(std::stod((*end)[3]), 100.0, 1e-3);
-    EXPECT_NEAR(std::stod((*end)[4]), 90.0, 1e-3);
+TEST(Curves, TransitionAngleShiftAndExtension) {
+    // L 20 onto R 50: beta = L/2R = 0.2 rad = 11.459156°, p = L²/24R - L⁴/2688R³ = 0.332857,
+    // q = L/2 - L³/240R² = 9.986667.
+    FormatOptions six;
+    six.decimals = 6;
+    const Table t = curveTables(RCC_TEST_DATA "/one_curve.json", six).at(0);
+    ASSERT_EQ(t.rows.size(), 2u);
+    for (const char* side : {"1", "2"}) {
+        EXPECT_EQ(t.rows[0][column(t, std::string("beta") + side)], "11.459156");
+        EXPECT_EQ(t.rows[0][column(t, std::string("p") + side)], "0.332857");
+        EXPECT_EQ(t.rows[0][column(t, std::string("q") + side)], "9.986667");
+    }
 }
 
-TEST(ChainageText, KNotationRoundsBeforeSplittingAndShowsTheMark) {
-    FormatOptions k;
-    k.chainage = rcctool::ChainageStyle::KNotation;
-    EXPECT_EQ(rcctool::formatChainageValue(999.9996, k), "K1+000.000");
-    EXPECT_EQ(rcctool::formatChainageValue(12345.5, k), "K12+345.500");
-    EXPECT_EQ(rcctool::formatChainageValue(-12.25, k), "-K0+012.250");
-    EXPECT_EQ(rcctool::formatChainage("01450.000000", k), "K1+450.000(2)");
-    EXPECT_EQ(rcctool::formatChainage("0.000000", k), "K0+000.000");  // zero is never marked
-    k.decimals = 0;
-    EXPECT_EQ(rcctool::formatChainageValue(1049.6, k), "K1+050");
-    FormatOptions plain;
-    EXPECT_EQ(rcctool::formatChainage("01450.000000", plain), "01450.000");
-    EXPECT_EQ(rcctool::formatChainage("1450.000000", plain), "1450.000");
+TEST(Curves, LabelsCrestsAndSags) {
+    // Example profile: up to 700, down to 1500, up to 2800, down to 3800, up to the end.
+    const Table t = curveTables(RCC_EXAMPLE).at(1);
+    std::vector<std::string> kinds;
+    for (const auto& row : t.rows) kinds.push_back(row[column(t, "kind")]);
+    EXPECT_EQ(kinds, (std::vector<std::string>{"crest", "sag", "crest", "sag"}));
 }
 
-TEST(ChainageText, AnglesCarrySecondsAndNeverPrintNan) {
+TEST(CellText, AnglesCarrySecondsAndNumbersNeverPrintNan) {
+    constexpr double kRadPerDeg = 3.141592653589793 / 180;
     FormatOptions dms;
     dms.angle = rcctool::AngleStyle::DMS;
-    EXPECT_EQ(rcctool::formatAngle(10.0 + 59.0 / 60 + 59.96 / 3600, dms), "11\u00b000'00.0\"");
-    EXPECT_EQ(rcctool::formatAngle(-37.5, dms, true), "-37\u00b030'00.0\"");
-    EXPECT_EQ(rcctool::formatAngle(12.5, FormatOptions{}, true), "+12.500000");
-    EXPECT_DOUBLE_EQ(rcctool::normalizeDegrees(-90.0), 270.0);
+    FormatOptions plain = dms;
+    plain.plainDMS = true;
+    const double seconds = (10.0 + 59.0 / 60 + 59.96 / 3600) * kRadPerDeg;  // rounds up to 11°
+    EXPECT_EQ(rcctool::angleText(seconds, dms), "11\u00b000'00.0\"");
+    EXPECT_EQ(rcctool::bearingText((289.0 + 6.0 / 60 + 33.0 / 3600) * kRadPerDeg, plain),
+              "289-06-33.0");
+    EXPECT_EQ(rcctool::bearingText(-90 * kRadPerDeg, FormatOptions{}), "270.000000");
     EXPECT_EQ(rcctool::fixed(NAN, 3), "not-a-number");
     EXPECT_EQ(rcctool::fixed(-0.0004, 3), "0.000");
+    EXPECT_STREQ(rcctool::turnText(1, qv::route::Frame::XY), "left");
+    EXPECT_STREQ(rcctool::turnText(1, qv::route::Frame::NE), "right");
 }
 
 }  // namespace
