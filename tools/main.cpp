@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "commands.hpp"
+#include "report.hpp"
 
 namespace {
 
@@ -232,6 +233,29 @@ void runDraw(const DrawArgs& a) {
     rcctool::drawRoute(route, a.common.route, a.common.output, a.options, formatOf(a.common));
 }
 
+struct ReportArgs {
+    Common common;
+    rcctool::ReportOptions options;
+};
+
+void addReport(CLI::App& app, ReportArgs& a) {
+    CLI::App* cmd = app.add_subcommand(
+        "report", "one self-contained HTML page: plan, profile, curve and stakeout tables");
+    addCommon(cmd, a.common, false);
+    cmd->add_option("-o,--output", a.common.output, "page to write (.html)")->required();
+    cmd->add_option("-i,--interval", a.options.interval,
+                    "stakeout table: round stations at this interval (default 20)");
+}
+
+void runReport(ReportArgs& a) {
+    if (!(a.options.interval > 0)) throw rcctool::InputError("--interval must be positive");
+    a.options.format = formatOf(a.common);
+    a.options.format.angle = rcctool::AngleStyle::DMS;  // deflections and bearings for the eye
+    const qv::route::Route route = load(a.common);
+    const std::string page = rcctool::reportPage(route, a.common.route, a.options);
+    rcctool::writeOutput(a.common.output, [&page](std::ostream& out, bool) { out << page; });
+}
+
 // One line on standard error: control characters (from file names or arguments) escaped.
 int fail(int status, const std::string& message) {
     static const char* const kHex = "0123456789abcdef";
@@ -259,18 +283,20 @@ int main(int argc, char** argv) {
     Common curves;
     LocateArgs locate;
     DrawArgs draw;
+    ReportArgs report;
     addStakeout(app, stakeout);
     addCurves(app, curves);
     addLocate(app, locate);
     addDraw(app, draw);
+    addReport(app, report);
 
-    const auto known = {"stakeout", "curves", "locate", "draw"};
+    const auto known = {"stakeout", "curves", "locate", "draw", "report"};
     if (argc > 1 && argv[1][0] != '-' &&
         std::none_of(known.begin(), known.end(),
                      [&argv](const char* name) { return std::strcmp(argv[1], name) == 0; })) {
         return fail(kBadInput,
                     std::string("unknown subcommand \"") + argv[1] +
-                        "\" (expected stakeout, curves, locate or draw; see rcc --help)");
+                        "\" (expected stakeout, curves, locate, draw or report; see rcc --help)");
     }
     try {
         app.parse(argc, argv);
@@ -288,6 +314,7 @@ int main(int argc, char** argv) {
         if (command == "curves") runCurves(curves);
         if (command == "locate") runLocate(locate);
         if (command == "draw") runDraw(draw);
+        if (command == "report") runReport(report);
     } catch (const rcctool::InputError& e) {
         return fail(kBadInput, e.what());
     } catch (const rcctool::OutputError& e) {

@@ -27,13 +27,14 @@ test('stations follow the numbering through short and long chains', () => {
     { l: 0, v: 1000, o: 1 },
     { l: 50, v: 1060, o: 1 },
     { l: 100, v: 1090, o: 2 },
-    { l: 120, v: 1110, o: 1 },
+    { l: 120, v: 1110, o: 1, open: true },
   ];
   const at = (l) => page.stationAt(numbering, l);
   assert.deepEqual(at(49.5), { value: 1049.5, occurrence: 1 });
   assert.deepEqual(at(50), { value: 1060, occurrence: 1 });
   assert.deepEqual(at(99), { value: 1109, occurrence: 1 });
   assert.deepEqual(at(110), { value: 1100, occurrence: 2 });
+  assert.deepEqual(at(120), { value: 1110, occurrence: 2 });
   assert.deepEqual(at(130), { value: 1120, occurrence: 1 });
   assert.deepEqual(at(-10), { value: 990, occurrence: 1 });
 });

@@ -2,9 +2,9 @@
 point of the route shows that point's station.
 
 Pages come from QV_REPORT_PAGES, a list of "page.html=length=station" separated by ";":
-hovering over the route at `length` must show `station`. Without it, the page is built from
-the template around a hand-made route: in the NE frame, on national-grid coordinates, with
-a Chinese name and a short chain.
+hovering over the route at `length` must show `station`. One more page is built from the
+template around a hand-made route: in the NE frame, on national-grid coordinates, with a
+Chinese name and a short chain.
 """
 import json
 import math
@@ -100,10 +100,8 @@ def hand_made_page(directory):
 
 def pages(directory):
     listed = os.environ.get("QV_REPORT_PAGES", "")
-    if not listed:
-        return [hand_made_page(directory)]
-    out = []
-    for item in listed.split(";"):
+    out = [hand_made_page(directory)]
+    for item in filter(None, listed.split(";")):
         path, length, station = item.split("=")
         out.append((pathlib.Path(path), float(length), station))
     return out

@@ -57,8 +57,11 @@
 
   // The station at a length along the route. `numbering` lists pieces in order: from
   // length l on, the station is v + (length - l) with occurrence o, up to the next piece.
+  // An open piece starts just after l: l itself, the last point of a long chain's repeated
+  // stretch, still belongs to the second pass before it.
   function stationAt(numbering, length) {
-    const i = lastAtOrBefore(numbering.map((p) => p.l), length);
+    let i = lastAtOrBefore(numbering.map((p) => p.l), length);
+    if (numbering[i].open && length === numbering[i].l && i > 0) i -= 1;
     const p = numbering[i];
     return { value: p.v + (length - p.l), occurrence: p.o };
   }
