@@ -85,13 +85,18 @@ test('the grade line runs straight between grade-change points and stops at the 
   assert.equal(page.gradeLineAt(pvi, 250), null);
 });
 
-test('labels that would overlap an earlier one are dropped, others kept', () => {
-  const kept = page.placeLabels([
-    { x: 0, y: 0, w: 50, h: 12, text: 'JD1' },
-    { x: 40, y: 5, w: 50, h: 12, text: 'K0+100' },
-    { x: 60, y: 0, w: 50, h: 12, text: 'K0+200' },
-  ]);
-  assert.deepEqual(kept.map((l) => l.text), ['JD1', 'K0+200']);
+test('labels take the first free place of theirs, or are dropped', () => {
+  const mark = { x: 100, y: 0, w: 8, h: 8 }; // a key point's mark: never covered
+  const kept = page.placeLabels(
+    [
+      { x: 0, y: 0, w: 50, h: 12, text: 'JD1' },
+      { x: 40, y: 5, w: 50, h: 12, text: 'K0+100' }, // clashes with JD1, no other place
+      { x: 60, y: 0, w: 50, h: 12, text: 'K0+200', alts: [[0, 20]] }, // on the mark: moves down
+      { x: 40, y: 0, w: 50, h: 12, text: 'JD2', alts: [[0, 20], [0, 40]] }, // third place free
+    ],
+    [mark],
+  );
+  assert.deepEqual(kept.map((l) => [l.text, l.x, l.y]), [['JD1', 0, 0], ['K0+200', 60, 20], ['JD2', 40, 40]]);
   // CJK characters are wider than Latin ones: 某某路 takes three font sizes.
   assert.equal(page.textWidth('某某路', 10), 30);
 });

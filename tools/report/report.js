@@ -182,15 +182,23 @@
     return w;
   }
 
-  // Keeps labels, in order of priority (the order given), whose boxes {x, y, w, h} overlap
-  // no label kept before them.
-  function placeLabels(labels) {
+  // Keeps labels, in order of priority (the order given), each at the first of its places
+  // (its box {x, y, w, h}, then the box moved by each offset [dx, dy] in `alts`) where it
+  // overlaps no obstacle and no label kept before it. Returns the kept boxes.
+  function placeLabels(labels, obstacles) {
+    const taken = (obstacles || []).slice();
     const kept = [];
+    const clash = (l) =>
+      taken.some((k) => l.x < k.x + k.w && k.x < l.x + l.w && l.y < k.y + k.h && k.y < l.y + l.h);
     for (const l of labels) {
-      const clash = kept.some(
-        (k) => l.x < k.x + k.w && k.x < l.x + l.w && l.y < k.y + k.h && k.y < l.y + l.h,
-      );
-      if (!clash) kept.push(l);
+      for (const [dx, dy] of [[0, 0]].concat(l.alts || [])) {
+        const box = Object.assign({}, l, { x: l.x + dx, y: l.y + dy });
+        if (!clash(box)) {
+          taken.push(box);
+          kept.push(box);
+          break;
+        }
+      }
     }
     return kept;
   }
@@ -309,11 +317,13 @@
       const inView = (p) => p[0] > -50 && p[0] < w + 50 && p[1] > -50 && p[1] < h + 50;
       drawGrid(w, h);
       const labels = [];
+      const marks = []; // key point and station marks: no label may cover them
       // Key points first: they win any clash with a station label.
       for (const kp of data.keyPoints) {
         const p = toScreen(kp.x, kp.y);
         if (!inView(p)) continue;
         el('circle', { cx: p[0], cy: p[1], r: 3.5, class: 'key ' + kp.code }, overlay);
+        marks.push({ x: p[0] - 4, y: p[1] - 4, w: 8, h: 8 });
         labels.push(boxAt(p, kp.label, 'key-label', 8, -8));
       }
       for (const ip of data.intersections) {
@@ -334,9 +344,12 @@
           x1: p[0] - nh * len, y1: p[1] - nv * len, x2: p[0] + nh * len, y2: p[1] + nv * len,
           class: t.major ? 'tick major' : 'tick',
         }, overlay);
+        const reach = Math.abs(nh * len) + 1;
+        const rise = Math.abs(nv * len) + 1;
+        marks.push({ x: p[0] - reach, y: p[1] - rise, w: 2 * reach, h: 2 * rise });
         if (t.major) labels.push(boxAt([p[0] + nh * len * 1.5, p[1] + nv * len * 1.5], t.text, 'tick-label', 2, 4));
       }
-      for (const l of placeLabels(labels)) text(overlay, l.x, l.y + l.h - 3, l.text, l.cls);
+      for (const l of placeLabels(labels, marks)) text(overlay, l.x, l.y + l.h - 3, l.text, l.cls);
       drawNorthArrow(fixedLayer, w);
       drawScaleBar(fixedLayer, h);
     }
@@ -366,9 +379,15 @@
       }
     }
 
+    // A label's box beside point p, with three other places to try: mirrored below, to the
+    // left, and both.
     function boxAt(p, content, cls, dx, dy) {
-      const wpx = textWidth(content, FONT_PX);
-      return { x: p[0] + dx, y: p[1] + dy - FONT_PX, w: wpx, h: FONT_PX + 2, text: content, cls };
+      const w = textWidth(content, FONT_PX);
+      const h = FONT_PX + 2;
+      const down = -2 * dy + h;
+      const left = -2 * dx - w;
+      const alts = [[0, down], [left, 0], [left, down]];
+      return { x: p[0] + dx, y: p[1] + dy - FONT_PX, w, h, text: content, cls, alts };
     }
 
     function drawNorthArrow(layer, w) {
