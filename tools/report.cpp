@@ -118,15 +118,18 @@ std::vector<double> breaksOf(const Route& route) {
 }
 
 // Widest sample spacing on [a, b] that keeps the drawing, the hover station and the elevation
-// within their tolerances; the stretch lies inside one element and one profile piece.
-double spacingOn(const Route& route, double a, double b, bool& curved) {
+// within their tolerances; the stretch lies inside one element and one vertical curve or grade.
+// `element` and `vertical` are where the search starts and are moved on: stretches come in
+// order along the route, so the whole sampling walks elements and curves once.
+double spacingOn(const Route& route, double a, double b, std::size_t& element,
+                 std::size_t& vertical, bool& curved) {
     const double mid = a + (b - a) / 2;
     double spacing = kMaxSpacing;
     const auto& elements = route.elements();
-    std::size_t e = 0;
-    while (e + 1 < elements.size() && route.elementStart(e + 1) <= mid) ++e;
-    if (!elements.empty()) {
-        const RoadCurve& el = elements[e];
+    while (element + 1 < elements.size() && route.elementStart(element + 1) <= mid) ++element;
+    curved = false;
+    if (element < elements.size()) {
+        const RoadCurve& el = elements[element];
         // Clothoid curvature is linear in length, so its largest value is at an end.
         const double k = std::max(std::fabs(el.startCurvature), std::fabs(el.endCurvature));
         if (k > 0) spacing = std::min(spacing, std::sqrt(8 * kChordTolerance / k));
@@ -136,8 +139,11 @@ double spacingOn(const Route& route, double a, double b, bool& curved) {
         }
         curved = k > 0;
     }
-    for (const auto& vc : route.verticalCurves()) {
-        if (vc.hasCurve && vc.startLength <= mid && mid <= vc.endLength && vc.radius > 0) {
+    const auto& vcs = route.verticalCurves();
+    while (vertical < vcs.size() && vcs[vertical].endLength < mid) ++vertical;
+    if (vertical < vcs.size()) {
+        const auto& vc = vcs[vertical];
+        if (vc.hasCurve && vc.startLength <= mid && vc.radius > 0) {
             spacing = std::min(spacing, std::sqrt(8 * kElevationTolerance * vc.radius));
         }
     }
@@ -148,18 +154,19 @@ Sampling sampleLengths(const Route& route, const std::string& source) {
     const std::vector<double> breaks = breaksOf(route);
     Sampling out;
     std::vector<std::size_t> counts(breaks.size(), 0);
-    std::vector<bool> curvedAt(breaks.size(), false);
     std::size_t total = 1;
+    std::size_t element = 0;
+    std::size_t vertical = 0;
     for (std::size_t i = 0; i + 1 < breaks.size(); ++i) {
         bool curved = false;
-        const double spacing = spacingOn(route, breaks[i], breaks[i + 1], curved);
+        const double spacing =
+            spacingOn(route, breaks[i], breaks[i + 1], element, vertical, curved);
         const double pieces = std::ceil((breaks[i + 1] - breaks[i]) / spacing);
         if (!(pieces < static_cast<double>(kMaxReportSamples))) {
             total = kMaxReportSamples + 1;
             break;
         }
         counts[i] = std::max<std::size_t>(1, static_cast<std::size_t>(pieces));
-        curvedAt[i] = curved;
         total += counts[i];
         if (total > kMaxReportSamples) break;
         if (curved) {
