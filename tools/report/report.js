@@ -480,7 +480,10 @@
       zoomAt(sx, sy, Math.exp(-ev.deltaY * WHEEL_RATE));
     }, { passive: false });
     document.getElementById('plan-fit').addEventListener('click', fit);
+    // The printed page is narrower than the window: fit the plan to it and back.
     window.addEventListener('resize', fit);
+    window.addEventListener('beforeprint', fit);
+    window.addEventListener('afterprint', fit);
     fit();
     // Screen position of the route at a length, for scripted checks of the hover.
     return {
