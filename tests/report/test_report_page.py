@@ -95,7 +95,7 @@ def hand_made_page(directory):
         page = page.replace("@" + key + "@", value)
     path = pathlib.Path(directory) / "hand_made.html"
     path.write_text(page, encoding="utf-8")
-    return path, 150.0, "%.3f" % station
+    return path, 150.0, "%.3f" % station, 0
 
 
 def pages(directory):
@@ -103,7 +103,8 @@ def pages(directory):
     out = [hand_made_page(directory)]
     for item in filter(None, listed.split(";")):
         path, length, station = item.split("=")
-        out.append((pathlib.Path(path), float(length), station))
+        # rcc's pages carry the curve, vertical curve, equation and stakeout tables.
+        out.append((pathlib.Path(path), float(length), station, 4))
     return out
 
 
@@ -157,7 +158,7 @@ def workdir():
 
 
 def test_page_draws_and_hover_shows_the_station(browser, workdir):
-    for path, length, station in pages(workdir):
+    for path, length, station, tables in pages(workdir):
         browser.get(path.resolve().as_uri())
         WebDriverWait(browser, TIMEOUT).until(
             lambda d: d.execute_script("return !!(window.qvReport && window.qvReport.plan)"))
@@ -166,6 +167,7 @@ def test_page_draws_and_hover_shows_the_station(browser, workdir):
             "return document.querySelector('#plan path.centre').getTotalLength()") > 100
         assert browser.find_elements(By.CSS_SELECTOR, "#profile path.design")
         assert browser.find_elements(By.CSS_SELECTOR, "#plan text.tick-label")
+        assert len(browser.find_elements(By.CSS_SELECTOR, ".table-block table")) == tables
 
         png = pathlib.Path(workdir) / (path.stem + ".png")
         browser.save_screenshot(str(png))

@@ -501,12 +501,11 @@
     const svg = document.getElementById('profile');
     const info = document.getElementById('profile-info');
     const smp = data.samples;
-    const W = 1200;
-    const H = 340;
-    const left = 70;
-    const right = 20;
-    const top = 20;
-    const bottom = 50;
+    // Drawn in a fixed 1200 x 340 box that the page scales to its width; margins hold the
+    // elevation labels on the left and the station labels below.
+    const [W, H] = [1200, 340];
+    const { left, right, top, bottom } = { left: 70, right: 20, top: 20, bottom: 50 };
+    svg.setAttribute('viewBox', `0 0 ${W} ${H}`);
     const zs = smp.z.filter((z) => z !== null).concat(data.pvi.map((p) => p.z));
     if (zs.length === 0) {
       svg.style.display = 'none';
