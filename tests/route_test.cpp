@@ -9,6 +9,7 @@
 #include <cmath>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -80,35 +81,55 @@ void expectSameBitsAsLibrary(const Route& route) {
     for (const EquationInfo& eq : route.equations()) {
         if (eq.isBreak) breaks.push_back(eq.length);
     }
-    // The library cannot tell which pass an element's unmarked start chainage means, and
-    // numbers fitted curves by plain addition, past any break on them.
-    const auto holdsBreak = [&breaks, &route](double from, double to) {
+    // The library cannot tell which pass an unmarked start chainage means, nor follow a break
+    // inside an element or piece.
+    const auto unclear = [&breaks, &route](double from, double to) {
         const Station start = route.stationAt(from);
         if (start.occurrence != 1 || route.lengthAt({start.value, 2})) return true;
-        const std::size_t i = route.pointAtLength(from).element;
-        if (std::fabs(route.elements()[i].startDK - start.value) > kSameChainage) return true;
         for (double b : breaks) {
             if (b >= from && b <= to) return true;
         }
         return false;
     };
+    std::vector<double> samples;
+    for (int j = 0; j < kSamples; ++j) samples.push_back(route.length() * (j + 0.37) / kSamples);
+    for (const KeyPoint& k : route.keyPoints()) samples.push_back(k.length);  // element ends
     int compared = 0;
-    for (int j = 0; j < kSamples; ++j) {
-        Station s = route.stationAt(route.length() * (j + 0.37) / kSamples);
+    for (const double length : samples) {
+        Station s = route.stationAt(length);
         s.value = std::stod(std::to_string(s.value));  // what the library's text can say
         if (s.occurrence != 1 || route.lengthAt({s.value, 2})) continue;
         const std::optional<RoutePoint> p = route.pointAt(s);
         ASSERT_TRUE(p.has_value());
-        const double start = route.elementStart(p->element);
-        if (holdsBreak(start, start + route.elements()[p->element].length)) continue;
+        // The library numbers fitted curves by plain addition, past any break on them; at an
+        // element's end either element may answer.
+        const auto elementUnclear = [&route, &unclear](std::size_t i) {
+            const double start = route.elementStart(i);
+            return unclear(start, start + route.elements()[i].length) ||
+                   std::fabs(route.elements()[i].startDK - route.stationAt(start).value) >
+                       kSameChainage;
+        };
+        const std::size_t i = p->element;
+        const double start = route.elementStart(i);
+        const double end = start + route.elements()[i].length;
+        if (elementUnclear(i) ||
+            (i > 0 && p->length - start < kSameChainage && elementUnclear(i - 1)) ||
+            (i + 1 < route.elements().size() && end - p->length < kSameChainage &&
+             elementUnclear(i + 1))) {
+            continue;
+        }
+        bool pieceUnclear = false;
         for (std::size_t k = 0; k < route.profilePieces().size(); ++k) {
             const double from = route.profilePieceStart(k);
             const double to = from + route.profilePieces()[k].length;
-            if (p->length >= from && p->length <= to && holdsBreak(from, to)) s.occurrence = 0;
+            pieceUnclear =
+                pieceUnclear || (p->length >= from && p->length <= to && unclear(from, to));
         }
-        if (s.occurrence == 0) continue;
+        if (pieceUnclear) continue;
         double x = 0, y = 0, z = std::nan("");
         const std::string text = std::to_string(s.value);
+        // Beyond the library's last element it answers that element's end.
+        if (!route.alignment().isDKOnAlignment(text)) continue;
         const double bearing = route.alignment().calculateCoordinatesAndBearing(text, x, y, z);
         EXPECT_TRUE(sameBits(p->x, x)) << text;
         EXPECT_TRUE(sameBits(p->y, y)) << text;
@@ -182,6 +203,16 @@ TEST(RouteStations, FollowTheNumberingThroughEveryKindOfEquation) {
          }(),
          1198.5398163397448,  // 1000 + 100 + 25 pi + 20
          {{1090, 1, std::nullopt}, {1080, 1, 80}, {1150, 1, 130}, {1150, 2, std::nullopt}}},
+        // Two points: one straight of 1000 (a 3-4-5 triangle), built from its end points.
+        {"two points",
+         [] {
+             RouteDescription d;
+             d.startStation = 100;
+             d.horizontal.points = {ip(0, 0), ip(600, 800)};
+             return d;
+         }(),
+         1100,
+         {{500, 1, 400}, {50, 1, -50}}},
         // A label (back == ahead) is no break.
         {"label", straight(-90, {{500, 500, "km post"}}, 1000), 910, {{-80, 1, 10}, {500, 1, 590}}},
     };
@@ -287,7 +318,7 @@ TEST(RouteProfile, GradesAndElevationsFollowTheStationsNotTheirText) {
     EXPECT_NEAR(route.pointAt({100.5, 1})->elevation, 11, rcc_test::kExact);
     expectSameBitsAsLibrary(route);
 
-    // Crest at 250 on R 2000 between +0.8 % and -0.6667 %; a sag at 700 given by L 60.
+    // Crest at 250 on R 2000 between +1 % and -0.667 %; a sag at 700 given by L 60.
     const Route curves = Route::build(twoCurves());
     ASSERT_EQ(curves.verticalCurves().size(), 2u);
     const VerticalCurveInfo& crest = curves.verticalCurves()[0];
@@ -316,6 +347,31 @@ TEST(RouteValues, CopiesAreDeepAndMovesKeepTheRoute) {
     EXPECT_EQ(p.y, q.y);
     EXPECT_EQ(copy.curves().size(), 2u);
     EXPECT_NE(&copy.elements(), &moved.elements());
+}
+
+TEST(RouteValues, ThreadsSharingOneRouteGetTheSingleThreadAnswers) {
+    const Route route = Route::build(twoCurves());
+    TableRequest request;
+    request.interval = 7;
+    const auto walk = [&route, &request] {
+        std::vector<double> values;
+        route.forEachTableRow(request, [&route, &values](const TableRow& r) {
+            const RoutePoint p = route.pointAtLength(r.length, 1.5);
+            values.insert(values.end(), {p.x, p.y, p.elevation, route.locate(p.x, p.y).offset});
+        });
+        return values;
+    };
+    const std::vector<double> alone = walk();
+    constexpr int kThreads = 4;
+    std::vector<std::vector<double>> results(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&results, &walk, t] { results[t] = walk(); });
+    for (std::thread& t : threads) t.join();
+    for (const std::vector<double>& r : results) {
+        ASSERT_EQ(r.size(), alone.size());
+        for (std::size_t i = 0; i < r.size(); ++i) EXPECT_TRUE(sameBits(r[i], alone[i])) << i;
+    }
 }
 
 }  // namespace
@@ -472,6 +528,8 @@ TEST(RouteBuild, RefusesWhatCannotBeBuiltNamingTheField) {
         {straight(0, {{500, 520, ""}, {300, 340, ""}}, 1000), "equations[1]"},
         {straight(0, {{100, -50, ""}}, 1000), "equations[0]"},
         {straight(0, {{300, 340, ""}, {320, 320, "in the gap"}}, 1000), "equations[1]"},
+        // 1000..1050 after 1100 = 1000 lies inside the first numbering's stretch.
+        {straight(0, {{1100, 1000, ""}, {1050, 1200, ""}}, 2000), "equations[1]"},
         {withStart(straight(0, {}, 100), 1e10), "startStation"},
         {elementRoute(0, {}, {}), "horizontal.elements"},
         {elementRoute(0, {}, {line(0)}), "horizontal.elements[0].length"},

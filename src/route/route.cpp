@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "chainage/chainage.hpp"
 #include "horizontal/horizontal.hpp"
@@ -99,13 +100,67 @@ Station Route::stationAt(double length) const { return data_->numbering.stationA
 
 namespace {
 
-/// The profile piece holding `length`, or nullopt where the profile does not reach.
+/// The profile piece holding `length`, or nullopt where the profile does not reach. As in
+/// the library, a piece's end belongs to it: where the piece before still reaches, it
+/// answers.
 std::optional<std::size_t> pieceAt(const detail::RouteData& d, double length) {
     if (d.pieces.empty() || !(length >= d.pieceStarts.front())) return std::nullopt;
     const auto it = std::upper_bound(d.pieceStarts.begin(), d.pieceStarts.end(), length);
-    const std::size_t k = static_cast<std::size_t>(it - d.pieceStarts.begin()) - 1;
-    if (!(length <= d.pieceStarts[k] + d.pieces[k].length)) return std::nullopt;
+    std::size_t k = static_cast<std::size_t>(it - d.pieceStarts.begin()) - 1;
+    const auto reaches = [&d, length](std::size_t j) {
+        return length <= d.pieceStarts[j] + d.pieces[j].length;
+    };
+    // The pieces follow each other without gaps; only the last one's end bounds the profile.
+    if (k + 1 == d.pieces.size() && !reaches(k)) return std::nullopt;
+    if (k > 0 && reaches(k - 1)) --k;
     return k;
+}
+
+/// The element answering at `length` on the route: as in the library, an element's end
+/// belongs to it, so at the exact start of an element the one before answers.
+std::size_t elementFor(const detail::ElementTable& table, double length) {
+    std::size_t i = table.elementAt(length);
+    if (i > 0 && length == table.start(i)) --i;  // exact: the shared end point
+    return i;
+}
+
+/// Where the library would evaluate a station on the route: the first of the elements
+/// around `length` whose chainage range holds the number, at the library's distance into
+/// it; nullopt when that distance may differ from this layer's (then lengths decide).
+std::optional<std::pair<std::size_t, double>> libraryElement(const detail::RouteData& d,
+                                                             Station station, double length) {
+    const std::vector<RoadCurve>& elements = d.table.elements();
+    const std::size_t i = d.table.elementAt(length);
+    const std::size_t region = d.numbering.regionAt(length);
+    for (std::size_t c = i > 0 ? i - 1 : 0; c <= i + 1 && c < elements.size(); ++c) {
+        const RoadCurve& e = elements[c];
+        if (!(e.startDK <= station.value && station.value <= e.endDK)) continue;
+        const double startText = rcc::parseDKText(rcc::formatDK(e.startDK));
+        const std::optional<double> along =
+            libraryDistance(d.numbering, station, region, d.table.start(c), startText);
+        if (!along) return std::nullopt;
+        return std::make_pair(c, *along);
+    }
+    return std::nullopt;
+}
+
+/// The same for the profile piece: the first piece around `k` whose chainage texts hold
+/// the number.
+std::optional<std::pair<std::size_t, double>> libraryPiece(const detail::RouteData& d,
+                                                           Station station, double length,
+                                                           std::size_t k) {
+    const std::size_t region = d.numbering.regionAt(length);
+    for (std::size_t c = k > 0 ? k - 1 : 0; c <= k + 1 && c < d.pieces.size(); ++c) {
+        const rcc::DKValue start = rcc::readDK(d.pieces[c].startDK);
+        if (!(station.value >= start.value)) continue;
+        if (!(rcc::parseDKText(d.pieces[c].endDK) >= station.value)) continue;
+        if (start.marked) return std::nullopt;
+        const std::optional<double> along =
+            libraryDistance(d.numbering, station, region, d.pieceStarts[c], start.value);
+        if (!along) return std::nullopt;
+        return std::make_pair(c, *along);
+    }
+    return std::nullopt;
 }
 
 /// Moves the centre-line point of `p` by `offset` along the normal, bearing + pi/2.
@@ -115,37 +170,39 @@ void applyOffset(RoutePoint& p, double offset) {
     p.y = p.y + offset * std::cos(p.bearing);
 }
 
-/// The horizontal part of a point at `length`, with `along` the distance into the element
-/// that holds it (when known the library's way).
-void horizontalAt(const detail::ElementTable& table, double length, std::optional<double> along,
-                  RoutePoint& p) {
-    const std::vector<RoadCurve>& elements = table.elements();
-    p.length = length;
-    if (length < 0 || length > table.length()) {
-        // On the start or the end tangent produced.
-        const bool before = length < 0;
-        const RoadCurve& e = before ? elements.front() : elements.back();
-        const double bearing = before ? e.startBearing : e.endBearing;
-        const double beyond = before ? length : length - table.length();
-        p.x = (before ? e.startX : e.endX) + beyond * std::cos(bearing);
-        p.y = (before ? e.startY : e.endY) + beyond * std::sin(bearing);
-        p.bearing = bearing;
-        p.curvature = 0.0;
-        p.element = before ? 0 : elements.size() - 1;
-        p.kind = ElementKind::Line;
-        p.onRoute = false;
-        return;
-    }
-    const std::size_t i = table.elementAt(length);
-    const double s = along ? *along : length - table.start(i);
+/// Element i at distance s into it.
+void onElement(const detail::ElementTable& table, std::size_t i, double s, RoutePoint& p) {
     const rcc::CurvePoint c = table.at(i, s);
     p.x = c.x;
     p.y = c.y;
     p.bearing = c.bearing;
     p.curvature = table.curvature(i, s);
     p.element = i;
-    p.kind = static_cast<ElementKind>(elements[i].curveType);
+    p.kind = static_cast<ElementKind>(table.elements()[i].curveType);
     p.onRoute = true;
+}
+
+/// The horizontal part of the point at `length`: on the start or end tangent produced off
+/// the route, else on the element that answers there.
+void horizontalAt(const detail::ElementTable& table, double length, RoutePoint& p) {
+    const std::vector<RoadCurve>& elements = table.elements();
+    p.length = length;
+    if (length >= 0 && length <= table.length()) {
+        const std::size_t i = elementFor(table, length);
+        onElement(table, i, length - table.start(i), p);
+        return;
+    }
+    const bool before = length < 0;
+    const RoadCurve& e = before ? elements.front() : elements.back();
+    const double bearing = before ? e.startBearing : e.endBearing;
+    const double beyond = before ? length : length - table.length();
+    p.x = (before ? e.startX : e.endX) + beyond * std::cos(bearing);
+    p.y = (before ? e.startY : e.endY) + beyond * std::sin(bearing);
+    p.bearing = bearing;
+    p.curvature = 0.0;
+    p.element = before ? 0 : elements.size() - 1;
+    p.kind = ElementKind::Line;
+    p.onRoute = false;
 }
 
 }  // namespace
@@ -153,7 +210,7 @@ void horizontalAt(const detail::ElementTable& table, double length, std::optiona
 RoutePoint Route::pointAtLength(double length, double offset) const {
     RoutePoint p;
     p.station = stationAt(length);
-    horizontalAt(data_->table, length, std::nullopt, p);
+    horizontalAt(data_->table, length, p);
     p.elevation = elevationAtLength(length);
     p.grade = gradeAtLength(length);
     applyOffset(p, offset);
@@ -166,24 +223,21 @@ std::optional<RoutePoint> Route::pointAt(Station station, double offset) const {
     const Data& d = *data_;
     RoutePoint p;
     p.station = station;
-    const std::size_t region = d.numbering.regionAt(*length);
-    std::optional<double> along;
-    if (*length >= 0 && *length <= d.table.length()) {
-        const std::size_t i = d.table.elementAt(*length);
-        const double startText = rcc::parseDKText(rcc::formatDK(d.table.elements()[i].startDK));
-        along = libraryDistance(d.numbering, station, region, d.table.start(i), startText);
+    // Where the library answers the same station unambiguously, its element and distance,
+    // so that the bits agree; otherwise this layer's lengths.
+    // (A station whose length rounds a hair past an end still lies on the library's element.)
+    if (const auto library = libraryElement(d, station, *length)) {
+        p.length = *length;
+        onElement(d.table, library->first, library->second, p);
+    } else {
+        horizontalAt(d.table, *length, p);
     }
-    horizontalAt(d.table, *length, along, p);
-    if (const std::optional<std::size_t> k = pieceAt(d, *length)) {
-        const RoadVerticalCurve& piece = d.pieces[*k];
-        const rcc::DKValue start = rcc::readDK(piece.startDK);
-        std::optional<double> into;
-        if (!start.marked) {
-            into = libraryDistance(d.numbering, station, region, d.pieceStarts[*k], start.value);
-        }
-        const double s = into ? *into : *length - d.pieceStarts[*k];
-        p.elevation = rcc::pieceElevation(piece, s);
-        p.grade = pieceGrade(piece, s);
+    if (std::optional<std::size_t> k = pieceAt(d, *length)) {
+        double into = *length - d.pieceStarts[*k];
+        if (const auto library = libraryPiece(d, station, *length, *k))
+            std::tie(*k, into) = *library;
+        p.elevation = rcc::pieceElevation(d.pieces[*k], into);
+        p.grade = pieceGrade(d.pieces[*k], into);
     }
     applyOffset(p, offset);
     return p;
