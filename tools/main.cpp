@@ -20,7 +20,7 @@ constexpr double kPercent = 100.0;
 
 const char* const kSchema = R"schema(
 Route file: JSON (described in tools/README.md) or LandXML (--alignment NAME picks one).
-  {"name": "...", "frame": "xy"|"NE", "angleUnit": "deg"|"gon"|"rad",
+  {"name": "...", "frame": "xy"|"NE", "angleUnit": "deg"|"gon"|"rad"|"dd.mmss",
    "equations": [{"back": 1000, "ahead": 1050}]  (or "brokenChains": [{"type": "short"|"long",
                                                   "beforeDK": 1000, "afterDK": 1050}]),
    "horizontal": {"jdPoints": [{"x":..,"y":..,"pointDK":0},

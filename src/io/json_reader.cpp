@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 
+#include "chainage/chainage.hpp"
 #include "horizontal/horizontal.hpp"
 #include "io/message.hpp"
 
@@ -223,10 +224,6 @@ public:
         return value.get<double>();
     }
 
-    double number(const Json& object, const std::string& path, const char* key) const {
-        return numberValue(member(object, path, key), field(path, key));
-    }
-
     // A number within [low, high]; `what` names the quantity in the message.
     double bounded(const Json& value, const std::string& path, double low, double high,
                    const char* what) const {
@@ -318,7 +315,25 @@ private:
 };
 
 // Angle units of the numbers in a file; DMS text is always degrees.
-enum class AngleUnit { Degrees, Gon, Radians };
+enum class AngleUnit { Degrees, Gon, Radians, PackedDMS };
+
+// Degrees of a packed dd.mmss number (289.0633 is 289°06'33"), or nullopt when its minutes
+// or seconds reach 60. The digits are taken from the number rounded to 1e-6 second, so that
+// binary round-off (289.0633 is 289.06329999...) does not turn 33" into 32.99999".
+std::optional<double> unpackDMS(double packed) {
+    constexpr double kDigitsPerField = 100.0;  // two decimal digits each for mm and ss
+    constexpr double kSecondScale = 1e6;       // rounding unit: 1e-6 second
+    const double magnitude = std::fabs(packed);
+    const double degrees = std::floor(magnitude);
+    const double rest =
+        std::round((magnitude - degrees) * kDigitsPerField * kDigitsPerField * kSecondScale) /
+        kSecondScale;  // mmss.ssssss
+    const double minutes = std::floor(rest / kDigitsPerField);
+    const double seconds = rest - minutes * kDigitsPerField;
+    if (minutes >= kMinutesPerDegree || seconds >= kMinutesPerDegree) return std::nullopt;
+    const double value = degrees + minutes / kMinutesPerDegree + seconds / kSecondsPerDegree;
+    return packed < 0 ? -value : value;
+}
 
 // Reads degrees-minutes-seconds text as degrees: "289°06'33.0\"" (also with the primes ′ ″),
 // "289-06-33.0", "289 06 33" or "289d06m33s", minutes and seconds optional, a leading sign
@@ -411,6 +426,17 @@ double angle(const Reader& reader, const Json& value, const std::string& path, A
             case AngleUnit::Radians:
                 radians = v;
                 break;
+            case AngleUnit::PackedDMS: {
+                const std::optional<double> degrees = unpackDMS(v);
+                if (!degrees) {
+                    reader.fail(path,
+                                "expected a dd.mmss angle with minutes and seconds below 60, "
+                                "found " +
+                                    shortNumber(v));
+                }
+                radians = *degrees * rcc::kPi / rcc::kDegreesPerHalfTurn;
+                break;
+            }
         }
     }
     if (!(std::fabs(radians) <= kMaxTurns)) {
@@ -447,8 +473,10 @@ AngleUnit readAngleUnit(const Reader& reader, const Json& root) {
         if (u == "deg") return AngleUnit::Degrees;
         if (u == "gon") return AngleUnit::Gon;
         if (u == "rad") return AngleUnit::Radians;
+        if (u == "dd.mmss") return AngleUnit::PackedDMS;
     }
-    reader.fail("angleUnit", "expected \"deg\", \"gon\" or \"rad\", found " + describe(*value));
+    reader.fail("angleUnit",
+                "expected \"deg\", \"gon\", \"rad\" or \"dd.mmss\", found " + describe(*value));
 }
 
 // Station equations, in either of two forms: the library's "brokenChains" (type, beforeDK,
@@ -465,10 +493,9 @@ void readEquations(const Reader& reader, const Json& root, RouteDescription& d) 
         if (chains) {
             reader.allowOnly(list[i], path, {"type", "beforeDK", "afterDK", "name"});
             const Json& type = reader.member(list[i], path, "type");
-            constexpr int kShortChainCode = 1;  // the library's chain type codes
-            constexpr int kLongChainCode = 0;
-            const bool isShort = type == "short" || type == kShortChainCode;
-            const bool isLong = type == "long" || type == kLongChainCode;
+            // By name, or by the library's chain type code.
+            const bool isShort = type == "short" || type == rcc::kShortChainType;
+            const bool isLong = type == "long" || type == rcc::kLongChainType;
             if (!isShort && !isLong) {
                 reader.fail(path + ".type",
                             "expected \"short\" or \"long\", found " + describe(type));

@@ -102,6 +102,10 @@ TEST(RouteJson, ConvertsUnitsNotationsAndParameters) {
          elementsRoute("{\"curveType\": \"line\", \"length\": 1}",
                        R"("startBearing": "-289 06 33", )"),
          bearing, -dms * kPi / 180},
+        {"packed dd.mmss",
+         elementsRoute("{\"curveType\": \"line\", \"length\": 1}", R"("startBearing": 289.0633, )",
+                       R"("angleUnit": "dd.mmss", )"),
+         bearing, dms * kPi / 180},
         // A^2 = R L: A 200 at R 800 gives L 50.
         {"transition by A", pointsRoute(R"("radius": 800, "inTransitionA": 200)"), in, 50.0},
         // Between radii 100 and 200 the curvature changes by 1/200: L = A^2 / 200 = 50.
@@ -176,6 +180,9 @@ TEST(RouteJson, RefusesInOneLineNamingThePlace) {
          "horizontal.jdPoints[1]: give \"inTransitionLength\" or \"inTransitionA\", not both"},
         {pointsRoute(R"("radius": 50, "\u0001": 5)"), "unknown field \"\\x01\""},
         {pointsRoute(R"("radius": 50)", R"("frame": "EN", )"), "frame: expected \"xy\""},
+        {elementsRoute("{\"curveType\": \"line\", \"length\": 1}", R"("startBearing": 10.6,)",
+                       R"("angleUnit": "dd.mmss", )"),
+         "horizontal.startBearing: expected a dd.mmss angle"},
         {pointsRoute(R"("radius": 50)", R"("brokenChains": [{"type": "short", "beforeDK": 9,
                                                              "afterDK": 5}], )"),
          "brokenChains[0]: a short chain jumps forward"},

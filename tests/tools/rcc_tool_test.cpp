@@ -145,6 +145,71 @@ TEST(Curves, RightAngleGivesTheClosedFormsAndTheSideInTheFrame) {
     }
 }
 
+TEST(Curves, PublishedFiveCurveDesignInTheSurveyFrame) {
+    // Values of a published table of straights, curves and turning angles (a Chinese
+    // two-lane highway design, x = northing): stations, sides, angles in DMS, T, L, E, J,
+    // main points, legs and their azimuths, all to 1 mm and 1".
+    auto dms = [](double d, double m, double s) { return d + m / 60 + s / 3600; };
+    const double none = NAN;
+    struct Published {
+        const char* point;
+        const char* side;
+        double deflection;  // degrees
+        double values[15];  // station, T1, T2, L, E, J, TS, SC, MC, CS, ST, leg, straight,
+                            // leg azimuth (degrees), R
+    };
+    const Published rows[] = {
+        {"JD1",
+         "right",
+         dms(15, 3, 8),
+         {649.501, 150.474, 150.474, 299.615, 7.470, 1.333, 499.027, 584.027, 648.835, 713.642,
+          798.642, 649.501, 499.027, dms(289, 6, 33), 816.926}},
+        {"JD2",
+         "right",
+         dms(5, 32, 54),
+         {959.984, 161.342, 161.342, 322.432, 3.907, 0.252, 798.642, none, 959.858, none, 1121.074,
+          311.816, 0.000, dms(304, 9, 41), 3329.645}},
+        {"JD3",
+         "right",
+         dms(38, 17, 22),
+         {1244.855, 123.781, 123.780, 240.411, 15.776, 7.150, 1121.074, 1191.074, 1241.279,
+          1291.485, 1361.485, 285.123, 0.000, dms(309, 42, 35), 255.0}},
+        {"JD4",
+         "left",
+         dms(31, 38, 53),
+         {1934.292, 189.411, 189.411, 371.181, 20.476, 7.641, 1744.881, 1839.881, 1930.472,
+          2021.063, 2116.063, 696.588, 383.397, dms(347, 59, 57), 500.0}},
+    };
+    const char* const names[] = {"station", "T1",    "T2",       "L",           "external",
+                                 "J",       "TS/PC", "SC",       "MC",          "CS",
+                                 "ST/PT",   "leg",   "straight", "leg bearing", "R"};
+    constexpr double kPublishedLength = 1.5e-3;     // published to 1 mm, ours rounded to 1 mm
+    constexpr double kPublishedAngle = 1.0 / 3600;  // published to 1"
+    const Table t = curveTables(RCC_TEST_DATA "/published_five_curves.json").at(0);
+    ASSERT_EQ(t.rows.size(), 5u);
+    auto number = [](const std::string& cell) {
+        const auto s = qv::route::parseStation(cell);
+        return s ? s->value : NAN;
+    };
+    for (std::size_t r = 0; r < 4; ++r) {
+        const auto& row = t.rows[r];
+        SCOPED_TRACE(rows[r].point);
+        EXPECT_EQ(row[column(t, "point")], rows[r].point);
+        EXPECT_EQ(row[column(t, "side")], rows[r].side);
+        EXPECT_NEAR(number(row[column(t, "deflection")]), rows[r].deflection, kPublishedAngle);
+        for (std::size_t k = 0; k < 15; ++k) {
+            if (std::isnan(rows[r].values[k])) continue;
+            const double tolerance = k == 13 ? kPublishedAngle : kPublishedLength;
+            EXPECT_NEAR(number(row[column(t, names[k])]), rows[r].values[k], tolerance) << names[k];
+        }
+    }
+    // The route ends at JD5, whose published station is K2+752.115; its leg is 825.463 long
+    // at 316°21'04".
+    EXPECT_NEAR(number(t.rows[4][column(t, "station")]), 2752.115, kPublishedLength);
+    EXPECT_NEAR(number(t.rows[4][column(t, "leg")]), 825.463, kPublishedLength);
+    EXPECT_NEAR(number(t.rows[4][column(t, "leg bearing")]), dms(316, 21, 4), kPublishedAngle);
+}
+
 TEST(Curves, TransitionAngleShiftAndExtension) {
     // L 20 onto R 50: beta = L/2R = 0.2 rad = 11.459156°, p = L²/24R - L⁴/2688R³ = 0.332857,
     // q = L/2 - L³/240R² = 9.986667.
@@ -165,6 +230,20 @@ TEST(Curves, LabelsCrestsAndSags) {
     std::vector<std::string> kinds;
     for (const auto& row : t.rows) kinds.push_back(row[column(t, "kind")]);
     EXPECT_EQ(kinds, (std::vector<std::string>{"crest", "sag", "crest", "sag"}));
+}
+
+TEST(Curves, VerticalCurveEndsAndHighPoint) {
+    // Small route BP1 (250, 13), R 1500: g1 = 3/140 (150 = 160 shortens 100..250 to 140),
+    // g2 = -2/170; T = R (g1 - g2) / 2 = 24.895, so BVC 225.105 at 13 - g1 T = 12.467; the
+    // top lies g1 R = 32.143 on, at 257.248, g1² R / 2 = 0.344 above BVC: 12.811.
+    const Table t = curveTables(RCC_TEST_DATA "/small_route.json").at(1);
+    ASSERT_EQ(t.rows.size(), 2u);
+    const std::pair<const char*, const char*> expected[] = {
+        {"BVC", "225.105"}, {"BVC elevation", "12.467"}, {"PVI", "250.000"},
+        {"EVC", "274.895"}, {"kind", "crest"},           {"K", "15.000"},
+        {"L", "49.790"},    {"high/low", "257.248"},     {"high/low elevation", "12.811"},
+    };
+    for (const auto& [name, value] : expected) EXPECT_EQ(t.rows[0][column(t, name)], value) << name;
 }
 
 TEST(CellText, AnglesCarrySecondsAndNumbersNeverPrintNan) {
