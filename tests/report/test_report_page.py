@@ -130,6 +130,24 @@ def hover_station(browser, plan, length, station):
     return px_per_m
 
 
+def pinch(browser, plan, spread_from, spread_to):
+    """Two touches either side of the plan's centre, moved apart in steps."""
+    left, top, width, height = browser.execute_script(
+        "const r = arguments[0].getBoundingClientRect(); return [r.left, r.top, r.width, r.height];",
+        plan)
+    cx, cy = left + width / 2, top + height / 2
+
+    def touch(kind, spread):
+        points = [{"x": cx - spread, "y": cy, "id": 0}, {"x": cx + spread, "y": cy, "id": 1}]
+        browser.execute_cdp_cmd("Input.dispatchTouchEvent", {
+            "type": kind, "touchPoints": [] if kind == "touchEnd" else points})
+
+    touch("touchStart", spread_from)
+    for step in range(1, 5):
+        touch("touchMove", spread_from + (spread_to - spread_from) * step / 4)
+    touch("touchEnd", spread_to)
+
+
 @pytest.fixture(scope="module")
 def browser():
     profile = tempfile.mkdtemp(prefix="qv-report-chromium-")
@@ -145,6 +163,7 @@ def browser():
     driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
     driver.set_page_load_timeout(TIMEOUT)
     driver.set_script_timeout(TIMEOUT)
+    driver.execute_cdp_cmd("Emulation.setTouchEmulationEnabled", {"enabled": True, "maxTouchPoints": 2})
     yield driver
     driver.quit()
     shutil.rmtree(profile, ignore_errors=True)
@@ -180,7 +199,13 @@ def test_page_draws_and_hover_shows_the_station(browser, workdir):
         offset = screen_offset(browser, plan, length)
         ActionChains(browser).scroll_from_origin(
             ScrollOrigin.from_element(plan, *offset), 0, -WHEEL_PX).perform()
-        assert hover_station(browser, plan, length, station) > 2 * scale_before
+        scale_wheeled = hover_station(browser, plan, length, station)
+        assert scale_wheeled > 2 * scale_before
+
+        # Two fingers moving apart from 100 px to 200 px zoom in twice.
+        pinch(browser, plan, 50, 100)
+        scale = browser.execute_script("return window.qvReport.plan.scale()")
+        assert abs(scale / scale_wheeled - 2) < 1e-9, (scale, scale_wheeled)
 
         # The profile's readout follows the cursor along the route.
         profile = browser.find_element(By.ID, "profile")
