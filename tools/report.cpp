@@ -35,6 +35,7 @@ constexpr double kSameLength = 1e-9;           // metres: breaks closer than thi
 constexpr double kOriginGrid = 1000.0;         // local origin on a round kilometre
 constexpr double kMaxMajorTicks = 12.0;        // labelled stations along the whole route
 constexpr int kMinorPerMajor = 5;
+constexpr std::size_t kMaxTicks = 5000;  // station ticks the plan redraws on every zoom
 constexpr double kNiceIntervals[] = {1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000, 10000};
 constexpr int kSampleDecimals = 4;   // 0.1 mm: well under every tolerance above
 constexpr int kBearingDecimals = 9;  // radians: 1e-9 rad is 0.1 um at the hover reach
@@ -298,23 +299,26 @@ std::string dataJson(const Route& route, const Sampling& sampling, const Origin&
             << ",\"name\":" << quote(name) << '}';
     }
 
-    // Round stations: minor ticks, every kMinorPerMajor-th one labelled.
-    double major = kNiceIntervals[std::size(kNiceIntervals) - 1];
-    for (const double nice : kNiceIntervals) {
-        if (route.length() / nice <= kMaxMajorTicks) {
-            major = nice;
+    // Round stations: minor ticks, every kMinorPerMajor-th one labelled; the interval grows
+    // until the ticks of every numbering (many short ones behind many equations) stay few.
+    qv::route::TableRequest ticks;
+    ticks.horizontalKeyPoints = false;
+    ticks.interval = 0;  // none, when even the widest interval gives too many
+    for (const double major : kNiceIntervals) {
+        if (route.length() / major > kMaxMajorTicks) continue;
+        qv::route::TableRequest trial = ticks;
+        trial.interval = major / kMinorPerMajor;
+        if (route.countTableRows(trial) <= kMaxTicks) {
+            ticks = trial;
             break;
         }
     }
-    qv::route::TableRequest ticks;
-    ticks.interval = major / kMinorPerMajor;
-    ticks.horizontalKeyPoints = false;
     out << "],\"ticks\":[";
     first = true;
     route.forEachTableRow(ticks, [&](const qv::route::TableRow& row) {
         if (!row.label.empty()) return;
         const qv::route::RoutePoint p = route.pointAtLength(row.length);
-        const double units = row.station.value / ticks.interval;
+        const double units = row.station.value / ticks.interval;  // > 0: rows exist
         const bool isMajor = std::fmod(std::round(units), kMinorPerMajor) == 0;
         out << (first ? "" : ",") << "{\"l\":" << num(row.length, kSampleDecimals)
             << ",\"x\":" << num(p.x - origin.x, kSampleDecimals)
