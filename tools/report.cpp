@@ -96,8 +96,8 @@ struct Sampling {
     double largestCurveSpacing = 0.0;  // widest spacing used where the route curves
 };
 
-// Every place a sample must fall on: element ends, vertical curve ends and grade-change
-// points (where grade or curvature jumps), and station equations.
+// Every place a sample must fall on: element ends, vertical curve ends, grade-change points
+// and the profile's ends (where grade or curvature jumps or stops), and station equations.
 std::vector<double> breaksOf(const Route& route) {
     const double total = route.length();
     std::vector<double> breaks{0.0, total};
@@ -106,6 +106,10 @@ std::vector<double> breaksOf(const Route& route) {
     }
     for (const auto& vc : route.verticalCurves()) {
         breaks.insert(breaks.end(), {vc.startLength, vc.length, vc.endLength});
+    }
+    // The profile's ends: where the elevation starts or stops within the route.
+    for (const auto& gp : route.description().profile) {
+        if (const auto l = route.lengthAt(gp.station)) breaks.push_back(*l);
     }
     for (const auto& eq : route.equations()) breaks.push_back(eq.length);
     breaks.erase(std::remove_if(breaks.begin(), breaks.end(),

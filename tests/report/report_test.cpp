@@ -35,6 +35,10 @@ qv::route::RouteDescription testRoute(const std::string& name) {
     arc.startRadius = arc.endRadius = kR;
     arc.turn = 1;
     d.horizontal.elements = {line, arc, line};
+    // Grades +2 % and -1 % meeting at 1100 (length 120); the profile stops at 1200, length 220.
+    d.profile = {{"", {1000.0, 1}, 100.0, 0.0, 0.0},
+                 {"", {1100.0, 1}, 102.4, 2000.0, 0.0},
+                 {"", {1200.0, 1}, 101.4, 0.0, 0.0}};
     return d;
 }
 
@@ -64,6 +68,24 @@ TEST(ReportPage, SamplesKeepArcChordsWithinFiveMillimetres) {
     // The origin is the kilometre below the start; local coordinates start at (100, 200).
     EXPECT_EQ(data["origin"][0].get<double>(), 6675000.0);
     EXPECT_NEAR(data["samples"]["y"][0].get<double>(), 200.0, 1e-4);
+}
+
+TEST(ReportPage, SamplesCarryTheProfileToItsLastPointAndNoFurther) {
+    const Route route = Route::build(testRoute("profile"));
+    const nlohmann::json data = pageData(rcctool::reportPage(route, "profile.json", {}));
+    const auto& s = data["samples"]["s"];
+    const auto& z = data["samples"]["z"];
+    bool endSampled = false;
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        if (std::fabs(s[i].get<double>() - 220.0) < 1e-4) {
+            endSampled = true;
+            EXPECT_NEAR(z[i].get<double>(), 101.4, 1e-4);
+        }
+        if (s[i].get<double>() > 220.0 + 1e-4) {
+            EXPECT_TRUE(z[i].is_null()) << s[i];
+        }
+    }
+    EXPECT_TRUE(endSampled);
 }
 
 TEST(ReportPage, NumberingGivesTheRoutesStationsThroughALongChain) {

@@ -1,13 +1,9 @@
-"""The report page in headless Chromium: it draws, logs no error, and hovering over a known
-point of the route shows that point's station.
+"""Report pages in headless Chromium: they draw, carry their tables, log no error, zoom by
+wheel and pinch, and hovering over a known point of the route shows that point's station.
 
 Pages come from QV_REPORT_PAGES, a list of "page.html=length=station" separated by ";":
-hovering over the route at `length` must show `station`. One more page is built from the
-template around a hand-made route: in the NE frame, on national-grid coordinates, with a
-Chinese name and a short chain.
+hovering over the route at `length` must show `station`.
 """
-import json
-import math
 import os
 import pathlib
 import shutil
@@ -21,90 +17,17 @@ from selenium.webdriver.common.actions.wheel_input import ScrollOrigin
 from selenium.webdriver.common.by import By
 from selenium.webdriver.support.ui import WebDriverWait
 
-TOOLS = pathlib.Path(__file__).resolve().parents[2] / "tools" / "report"
 TIMEOUT = 30  # seconds for any page load, script or wait
 WINDOW = (1400, 1000)
 WHEEL_PX = 600  # one scripted wheel turn: zooms in by exp(0.0015 * 600), about 2.5 times
-R = 100.0  # radius of the hand-made route's arc
 
 
-def hand_made_data():
-    """NE frame: x north, y east. A straight north 100 m, a quarter arc R = 100 turning right
-    (azimuth 0 to pi/2), a straight east 100 m; start N 6675100, E 2546200; stations from 1000
-    with a short chain 1050 = 1060 at length 50. Length 150 lies on the arc: station 1160."""
-    origin = (6675000.0, 2546000.0)
-    s, x, y, b = [], [], [], []
-
-    def add(length, n, e, bearing):
-        s.append(length), x.append(n), y.append(e), b.append(bearing)
-
-    for i in range(5):  # straight, 25 m apart
-        add(25.0 * i, 100.0 + 25.0 * i, 200.0, 0.0)
-    arc = math.pi / 2 * R
-    steps = 80  # about 2 m apart: sagitta under 5 mm
-    for i in range(1, steps + 1):
-        t = arc * i / steps
-        a = t / R  # azimuth grows: a right turn, centre east of the start
-        add(100.0 + t, 200.0 + R * math.sin(a), 300.0 - R * math.cos(a), a)
-    for i in range(1, 5):
-        add(100.0 + arc + 25.0 * i, 300.0, 300.0 + 25.0 * i, math.pi / 2)
-    total = s[-1]
-    z = [100.0 + 0.02 * v for v in s]
-    numbering = [{"l": 0, "v": 1000, "o": 1}, {"l": 50, "v": 1060, "o": 1}]
-
-    def station(length):
-        return length + (1000 if length < 50 else 1010)
-
-    ticks = []
-    for k in range(1000, 1380, 20):
-        if 1050 < k < 1060:
-            continue
-        length = k - (1000 if k <= 1050 else 1010)
-        if length > total:
-            break
-        i = min(range(len(s)), key=lambda j: abs(s[j] - length))
-        ticks.append({"l": length, "x": x[i], "y": y[i], "b": b[i], "major": k % 100 == 0,
-                      "text": str(k)})
-    keys = [(0, "BEGIN", "BEGIN"), (50, "EQ", "EQ 1050.000 = 1060.000"), (100, "PC", "JD1 PC"),
-            (100 + arc, "PT", "JD1 PT"), (total, "END", "END")]
-    return {
-        "name": "某某路", "frame": "NE", "stationStyle": "plain", "decimals": 3,
-        "origin": list(origin), "length": total,
-        "samples": {"s": s, "x": x, "y": y, "b": b, "z": z, "g": [0.02] * len(s)},
-        "numbering": numbering,
-        "keyPoints": [{"l": l, "x": x[s.index(min(s, key=lambda v: abs(v - l)))],
-                       "y": y[s.index(min(s, key=lambda v: abs(v - l)))], "code": c, "label": t}
-                      for l, c, t in keys],
-        "intersections": [{"x": 100, "y": 200, "name": ""}, {"x": 300, "y": 200, "name": "JD1"},
-                          {"x": 300, "y": 400, "name": ""}],
-        "ticks": ticks,
-        "pvi": [{"l": 0, "z": 100, "name": "BP0"}, {"l": total, "z": z[-1], "name": "BP1"}],
-    }, station(150)
-
-
-def hand_made_page(directory):
-    data, station = hand_made_data()
-    page = (TOOLS / "page.html").read_text(encoding="utf-8")
-    values = {
-        "LANG": "zh", "TITLE": "某某路", "SUMMARY": "hand-made route", "NOTE": "", "TABLES": "",
-        "STYLE": (TOOLS / "report.css").read_text(encoding="utf-8"),
-        "SCRIPT": (TOOLS / "report.js").read_text(encoding="utf-8"),
-        "DATA": json.dumps(data, ensure_ascii=False).replace("<", "\\u003c"),
-    }
-    for key, value in values.items():
-        page = page.replace("@" + key + "@", value)
-    path = pathlib.Path(directory) / "hand_made.html"
-    path.write_text(page, encoding="utf-8")
-    return path, 150.0, "%.3f" % station, 0
-
-
-def pages(directory):
-    listed = os.environ.get("QV_REPORT_PAGES", "")
-    out = [hand_made_page(directory)]
-    for item in filter(None, listed.split(";")):
+def pages():
+    out = []
+    for item in filter(None, os.environ.get("QV_REPORT_PAGES", "").split(";")):
         path, length, station = item.split("=")
-        # rcc's pages carry the curve, vertical curve, equation and stakeout tables.
-        out.append((pathlib.Path(path), float(length), station, 4))
+        out.append((pathlib.Path(path), float(length), station))
+    assert out, "QV_REPORT_PAGES names no page"
     return out
 
 
@@ -177,7 +100,7 @@ def workdir():
 
 
 def test_page_draws_and_hover_shows_the_station(browser, workdir):
-    for path, length, station, tables in pages(workdir):
+    for path, length, station in pages():
         browser.get(path.resolve().as_uri())
         WebDriverWait(browser, TIMEOUT).until(
             lambda d: d.execute_script("return !!(window.qvReport && window.qvReport.plan)"))
@@ -186,7 +109,8 @@ def test_page_draws_and_hover_shows_the_station(browser, workdir):
             "return document.querySelector('#plan path.centre').getTotalLength()") > 100
         assert browser.find_elements(By.CSS_SELECTOR, "#profile path.design")
         assert browser.find_elements(By.CSS_SELECTOR, "#plan text.tick-label")
-        assert len(browser.find_elements(By.CSS_SELECTOR, ".table-block table")) == tables
+        # The curve, vertical curve, equation and stakeout tables.
+        assert len(browser.find_elements(By.CSS_SELECTOR, ".table-block table")) == 4
 
         png = pathlib.Path(workdir) / (path.stem + ".png")
         browser.save_screenshot(str(png))
