@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <exception>
 #include <iostream>
@@ -115,9 +116,10 @@ qv::route::Station stationArgument(const std::string& text, const char* option) 
 double crossfallArgument(std::string text) {
     if (!text.empty() && text.back() == '%') text.pop_back();
     double percent = 0.0;
-    if (!rcctool::parseNumber(text, percent)) {
-        throw rcctool::InputError("--crossfall: expected a percentage such as -2.5%, found \"" +
-                                  text + "\"");
+    if (!rcctool::parseNumber(text, percent) || std::fabs(percent) > kPercent) {
+        throw rcctool::InputError(
+            "--crossfall: expected a percentage within +-100 such as -2.5%, found \"" + text +
+            "\"");
     }
     return percent / kPercent;
 }

@@ -26,8 +26,10 @@ public:
     Numbering() = default;
     /// Lays out the regions of `startStation` and the breaks among `equations` (labels with
     /// back == ahead are not breaks) and places every equation. Throws RouteError naming
-    /// "equations[i]" for one that is not finite, lies out of order along the route, jumps
-    /// back before the numbering it ends, or would make a number occur a third time.
+    /// "equations[i]" for one that is not finite or outside the numeric domain, lies out of
+    /// order along the route, jumps back before the numbering it ends or ends inside the
+    /// numbering before it, would make a number occur a third time, or (a label) names a
+    /// station that does not exist.
     Numbering(double startStation, const std::vector<StationEquation>& equations);
 
     const std::vector<Region>& regions() const { return regions_; }

@@ -135,9 +135,8 @@ std::optional<std::pair<std::size_t, double>> libraryElement(const detail::Route
     for (std::size_t c = i > 0 ? i - 1 : 0; c <= i + 1 && c < elements.size(); ++c) {
         const RoadCurve& e = elements[c];
         if (!(e.startDK <= station.value && station.value <= e.endDK)) continue;
-        const double startText = rcc::parseDKText(rcc::formatDK(e.startDK));
         const std::optional<double> along =
-            libraryDistance(d.numbering, station, region, d.table.start(c), startText);
+            libraryDistance(d.numbering, station, region, d.table.start(c), d.elementStartTexts[c]);
         if (!along) return std::nullopt;
         return std::make_pair(c, *along);
     }
@@ -151,9 +150,9 @@ std::optional<std::pair<std::size_t, double>> libraryPiece(const detail::RouteDa
                                                            std::size_t k) {
     const std::size_t region = d.numbering.regionAt(length);
     for (std::size_t c = k > 0 ? k - 1 : 0; c <= k + 1 && c < d.pieces.size(); ++c) {
-        const rcc::DKValue start = rcc::readDK(d.pieces[c].startDK);
+        const rcc::DKValue start = d.pieceStartTexts[c];
         if (!(station.value >= start.value)) continue;
-        if (!(rcc::parseDKText(d.pieces[c].endDK) >= station.value)) continue;
+        if (!(d.pieceEndTexts[c] >= station.value)) continue;
         if (start.marked) return std::nullopt;
         const std::optional<double> along =
             libraryDistance(d.numbering, station, region, d.pieceStarts[c], start.value);

@@ -427,6 +427,9 @@ void buildHorizontal(RouteData& d) {
                                            shortNumber(kMaxRouteLength));
     }
     d.table = ElementTable(std::move(elements));
+    for (const RoadCurve& e : d.table.elements()) {
+        d.elementStartTexts.push_back(rcc::parseDKText(rcc::formatDK(e.startDK)));
+    }
     for (CurveInfo& c : d.curves) {
         c.startLength = d.table.start(c.firstElement);
         c.endLength = d.table.start(c.lastElement + 1);
@@ -519,18 +522,27 @@ void buildProfile(RouteData& d) {
     d.pieces = d.alignment.getVerticalCurves();
     d.pieceStarts.reserve(d.pieces.size());
     for (std::size_t k = 0; k < d.pieces.size(); ++k) {
-        // The library laid each piece from its start text (mark included); read it once.
-        // Text the mark cannot express ("0-330", a value in (0, 1) read as marked) falls
-        // back to the end of the piece before.
+        // The library laid each piece from its start text (mark included): read it once, so
+        // that piece ends fall where the library's do. Text the mark cannot express ("0-330",
+        // a value in (0, 1) that reads as marked) or that strays from the end of the piece
+        // before (laid from such text) gives way to that end.
         const RoadVerticalCurve& piece = d.pieces[k];
         const rcc::DKValue dk = rcc::readDK(piece.startDK);
+        d.pieceStartTexts.push_back(dk);
+        d.pieceEndTexts.push_back(rcc::parseDKText(piece.endDK));
+        const bool negativeMark = dk.marked && piece.startDK.size() > 1 && piece.startDK[1] == '-';
         std::optional<double> start = d.numbering.lengthAt(Station{dk.value, dk.marked ? 2 : 1});
-        if (dk.marked && (piece.startDK.size() > 1 && piece.startDK[1] == '-')) start.reset();
         if (!start && dk.marked && dk.value > 0 && dk.value < 1) {
             start = d.numbering.lengthAt(Station{dk.value, 1});
         }
-        if (k == 0) start = lengths.front();
-        if (!start) start = d.pieceStarts.back() + d.pieces[k - 1].length;
+        if (k == 0) {
+            start = lengths.front();
+        } else {
+            const double previousEnd = d.pieceStarts.back() + d.pieces[k - 1].length;
+            if (negativeMark || !start || !(std::fabs(*start - previousEnd) <= kTextRounding)) {
+                start = previousEnd;
+            }
+        }
         d.pieceStarts.push_back(*start);
     }
     // The j-th first half belongs to the j-th vertical curve that has one.

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "chainage/chainage.hpp"
 #include "route/element_table.hpp"
 #include "route/numbering.hpp"
 #include "route/projection.hpp"
@@ -23,6 +24,11 @@ struct RouteData {
     detail::ElementTable table;
     std::vector<RoadVerticalCurve> pieces;
     std::vector<double> pieceStarts;  ///< length along the route of each piece's start
+    /// Chainages as the library reads them back from its text, read once: each element's
+    /// start ("%f" of startDK), each piece's start (with its mark) and end.
+    std::vector<double> elementStartTexts;
+    std::vector<rcc::DKValue> pieceStartTexts;
+    std::vector<double> pieceEndTexts;
     std::vector<CurveInfo> curves;
     std::vector<VerticalCurveInfo> verticalCurves;
     /// Points into `table`: built last, and rebuilt on a copy's own table.
@@ -36,6 +42,9 @@ struct RouteData {
           table(other.table),
           pieces(other.pieces),
           pieceStarts(other.pieceStarts),
+          elementStartTexts(other.elementStartTexts),
+          pieceStartTexts(other.pieceStartTexts),
+          pieceEndTexts(other.pieceEndTexts),
           curves(other.curves),
           verticalCurves(other.verticalCurves),
           index(table) {}

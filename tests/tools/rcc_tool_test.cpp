@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <sstream>
 #include <string>
 
 #include "commands.hpp"
@@ -116,6 +117,37 @@ TEST(Stakeout, RefusesATableOverTheRowLimitSayingHowLarge) {
         // The example is some 4,590 m long: at 0.1 mm about 45.9 million rows.
         EXPECT_NE(std::string(e.what()).find("this table would have 45"), std::string::npos)
             << e.what();
+    }
+}
+
+TEST(Locate, StakedOffsetPointsComeBackToTheirLengthAndOffset) {
+    // Points staked at ±1, ±3.5 and ±20 every 37 m of the example (arcs, transitions, both
+    // station equations) must locate back within 0.1 mm, on either side of every curve.
+    const qv::route::Route route = load(RCC_EXAMPLE);
+    std::vector<qv::route::SurveyPoint> points;
+    std::vector<std::pair<double, double>> staked;  // length, offset
+    for (double length = 1.0; length < route.length(); length += 37.0) {
+        for (double offset : {-20.0, -3.5, -1.0, 1.0, 3.5, 20.0}) {
+            const qv::route::RoutePoint p = route.pointAtLength(length, offset);
+            points.push_back({"", p.x, p.y, NAN, "", 0});
+            staked.emplace_back(length, offset);
+        }
+    }
+    FormatOptions six;
+    six.decimals = 6;
+    rcctool::TableCollector sink;
+    rcctool::LocateOptions options;
+    options.maxOffset = 25.0;
+    rcctool::locate(route, points, options, six, sink);
+    const Table& t = sink.tables.at(0);
+    ASSERT_EQ(t.rows.size(), points.size());
+    constexpr double kFoot = 1e-4;  // the projection's promise, length units
+    for (std::size_t i = 0; i < t.rows.size(); ++i) {
+        SCOPED_TRACE("length " + std::to_string(staked[i].first) + " offset " +
+                     std::to_string(staked[i].second));
+        EXPECT_EQ(t.rows[i][column(t, "foot")], "on route");
+        EXPECT_NEAR(std::stod(t.rows[i][column(t, "length")]), staked[i].first, kFoot);
+        EXPECT_NEAR(std::stod(t.rows[i][column(t, "offset")]), staked[i].second, kFoot);
     }
 }
 
@@ -244,6 +276,24 @@ TEST(Curves, VerticalCurveEndsAndHighPoint) {
         {"L", "49.790"},    {"high/low", "257.248"},     {"high/low elevation", "12.811"},
     };
     for (const auto& [name, value] : expected) EXPECT_EQ(t.rows[0][column(t, name)], value) << name;
+}
+
+TEST(StreamTable, GuardsFormulasQuotesSeparatorsAndAlignsText) {
+    const std::vector<rcctool::Column> columns = {{"name", false}, {"offset"}};
+    std::ostringstream csv;
+    rcctool::StreamTable csvSink(csv, false);
+    csvSink.begin(columns);
+    csvSink.row({"=1+1", "-3.000"});  // a text cell a spreadsheet would run; a number
+    csvSink.row({"a,\"b\"", "2.000"});
+    csvSink.end();
+    EXPECT_EQ(csv.str(), "name,offset\n'=1+1,-3.000\n\"a,\"\"b\"\"\",2.000\n");
+    std::ostringstream text;
+    rcctool::StreamTable textSink(text, true);
+    textSink.begin(columns);
+    textSink.row({"P1", "-3.000"});
+    textSink.row({"P10", "12.5"});
+    textSink.end();
+    EXPECT_EQ(text.str(), "name  offset\n----  ------\nP1    -3.000\nP10     12.5\n");
 }
 
 TEST(CellText, AnglesCarrySecondsAndNumbersNeverPrintNan) {
