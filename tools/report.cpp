@@ -529,9 +529,9 @@ std::string reportPage(const Route& route, const std::string& source,
         " points of the route carried by this page, at most " +
         fixed(sampling.largestCurveSpacing > 0 ? sampling.largestCurveSpacing : kMaxSpacing, 2) +
         " m apart on curves: the station shown is within 1 cm of the route's for points up to " +
-        fixed(kHoverReach, 0) +
-        " m from the centre line, and the design elevation within 1 mm. Coordinates are kept "
-        "relative to a local origin and shown in full.";
+        fixed(kHoverReach, 0) + " m from the centre line" +
+        (d.profile.empty() ? "" : ", and the design elevation within 1 mm") +
+        ". Coordinates are kept relative to a local origin and shown in full.";
 
     const std::string tables =
         curveTable(w) + verticalTable(w) + equationTable(w) + stakeoutTable(w, stakeout);
