@@ -525,7 +525,11 @@
     const L = Math.max(data.length, 1e-9);
     const X = (s) => left + ((W - left - right) * s) / L;
     const Y = (z) => top + ((H - top - bottom) * (zMax - z)) / (zMax - zMin);
-    el('rect', { x: left, y: top, width: W - left - right, height: H - top - bottom, class: 'frame' }, svg);
+    const plotBox = { x: left, y: top, width: W - left - right, height: H - top - bottom };
+    el('rect', Object.assign({ class: 'frame' }, plotBox), svg);
+    // Lines and points clipped to the plot: a profile may run on past the route's ends.
+    el('rect', plotBox, el('clipPath', { id: 'profile-plot' }, el('defs', {}, svg)));
+    const plot = el('g', { 'clip-path': 'url(#profile-plot)' }, svg);
 
     const zStep = niceLength((zMax - zMin) / 5);
     for (let z = Math.ceil(zMin / zStep) * zStep; z <= zMax; z += zStep) {
@@ -541,7 +545,7 @@
     for (const l of placeLabels(labels)) text(svg, l.x, l.y + FONT_PX, l.text, 'axis-label');
 
     if (data.pvi.length > 1) {
-      el('polyline', { points: data.pvi.map((p) => X(p.l) + ',' + Y(p.z)).join(' '), class: 'gradeline' }, svg);
+      el('polyline', { points: data.pvi.map((p) => X(p.l) + ',' + Y(p.z)).join(' '), class: 'gradeline' }, plot);
     }
     let d = '';
     let pen = false;
@@ -553,10 +557,10 @@
       d += (pen ? 'L' : 'M') + X(smp.s[i]).toFixed(2) + ' ' + Y(smp.z[i]).toFixed(2);
       pen = true;
     }
-    el('path', { d: d, class: 'design' }, svg);
+    el('path', { d: d, class: 'design' }, plot);
     const pviLabels = [];
     for (const p of data.pvi) {
-      el('circle', { cx: X(p.l), cy: Y(p.z), r: 3, class: 'pvi' }, svg);
+      el('circle', { cx: X(p.l), cy: Y(p.z), r: 3, class: 'pvi' }, plot);
       if (p.name) pviLabels.push({ x: X(p.l) - textWidth(p.name, FONT_PX) / 2, y: Y(p.z) - 22, w: textWidth(p.name, FONT_PX), h: FONT_PX + 2, text: p.name });
     }
     for (const l of placeLabels(pviLabels)) text(svg, l.x, l.y + FONT_PX, l.text, 'pvi-label');
