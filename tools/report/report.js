@@ -13,7 +13,8 @@
   const LATIN_WIDTH = 0.6;
   const TICK_PX = 6; // half length of a minor station tick; major ticks are twice as long
   const GRID_PX = 140; // coordinate grid lines at least about this far apart on screen
-  const BISECTIONS = 40; // halves [0, 1] to well below a micrometre on any segment
+  const BISECTIONS = 40;
+  const ON_LINE_M = 5e-4; // offsets below this read as on the centre line (they show as 0.000) // halves [0, 1] to well below a micrometre on any segment
 
   // ---- stations ---------------------------------------------------------------------------
 
@@ -352,6 +353,7 @@
       for (const l of placeLabels(labels, marks)) text(overlay, l.x, l.y + l.h - 3, l.text, l.cls);
       drawNorthArrow(fixedLayer, w);
       drawScaleBar(fixedLayer, h);
+      placeCursor();
     }
 
     // Coordinate grid on round values of the full coordinates (the local origin is a round
@@ -420,18 +422,27 @@
       return [ev.clientX - r.left, ev.clientY - r.top];
     };
 
+    // The foot last shown, kept in route coordinates so that it follows zoom and pan.
+    let shown = null;
+    function placeCursor() {
+      if (!shown) return;
+      const p = toScreen(shown.x, shown.y);
+      cursor.setAttribute('cx', p[0]);
+      cursor.setAttribute('cy', p[1]);
+      cursor.setAttribute('visibility', 'visible');
+    }
+
     function hover(sx, sy) {
       const [px, py] = fromScreen(sx, sy);
       const f = nearest(smp, px, py);
       const at = interpolate(smp, f.s);
-      const p = toScreen(f.x, f.y);
-      cursor.setAttribute('cx', p[0]);
-      cursor.setAttribute('cy', p[1]);
-      cursor.setAttribute('visibility', 'visible');
-      const side = Math.abs(f.offset) < 5e-4 ? '' : (f.offset > 0) === (data.frame === 'NE') ? ' right' : ' left';
+      shown = f;
+      placeCursor();
+      // Positive offsets lie on the side of bearing + pi/2: left in XY, right in NE.
+      const side = Math.abs(f.offset) < ON_LINE_M ? '' : f.offset > 0 === ne ? ' right' : ' left';
       const gx = data.origin[0] + f.x;
       const gy = data.origin[1] + f.y;
-      const coords = data.frame === 'NE'
+      const coords = ne
         ? `N ${gx.toFixed(3)}  E ${gy.toFixed(3)}`
         : `x ${gx.toFixed(3)}  y ${gy.toFixed(3)}`;
       info.textContent = `Station ${st(f.s)}   offset ${Math.abs(f.offset).toFixed(3)}${side}   ${coords}   elevation ${fmt(at.z, 3)}`;
