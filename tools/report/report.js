@@ -578,7 +578,8 @@
 
     const cursorLine = el('line', { y1: top, y2: H - bottom, class: 'cursor-line', visibility: 'hidden' }, svg);
     const dot = el('circle', { r: 4, class: 'cursor', visibility: 'hidden' }, svg);
-    svg.addEventListener('pointermove', (ev) => {
+    // A mouse reads the profile as it moves; a finger where it taps.
+    const read = (ev) => {
       const pt = svg.createSVGPoint();
       pt.x = ev.clientX;
       pt.y = ev.clientY;
@@ -596,7 +597,9 @@
       const gl = gradeLineAt(data.pvi, s);
       const grade = at.g === null ? '—' : (at.g * 100).toFixed(3) + ' %';
       info.textContent = `Station ${st(s)}   grade ${grade}   grade line ${fmt(gl, 3)}   design elevation ${fmt(at.z, 3)}`;
-    });
+    };
+    svg.addEventListener('pointermove', read);
+    svg.addEventListener('pointerdown', read);
     return { X, Y };
   }
 
