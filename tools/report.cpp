@@ -274,6 +274,20 @@ std::string dataJson(const Route& route, const Sampling& sampling, const Origin&
         << "],\"z\":[" << z << "],\"g\":[" << g << "]}"
         << ",\"numbering\":" << numberingJson(route);
 
+    // Element kinds by start length, for the plan's colours: straight, arc or transition.
+    out << ",\"elements\":[";
+    for (std::size_t i = 0; i < route.elements().size(); ++i) {
+        const int kind = route.elements()[i].curveType;
+        const bool arc = kind == static_cast<int>(qv::route::ElementKind::Arc) ||
+                         kind == static_cast<int>(qv::route::ElementKind::DesignArc);
+        const char* name = kind == static_cast<int>(qv::route::ElementKind::Line) ? "line"
+                           : arc                                                  ? "arc"
+                                                                                  : "spiral";
+        out << (i ? "," : "") << "{\"l\":" << num(route.elementStart(i), kSampleDecimals)
+            << ",\"kind\":\"" << name << "\"}";
+    }
+    out << ']';
+
     out << ",\"keyPoints\":[";
     bool first = true;
     for (const auto& kp : route.keyPoints(true, false)) {

@@ -267,11 +267,26 @@
     // Geometry in local metres under one transform; strokes keep their pixel width.
     const tangent = data.intersections.map((p) => hOf(p.x, p.y) + ' ' + vOf(p.x, p.y));
     if (tangent.length > 1) el('polyline', { points: tangent.join(' '), class: 'tangent' }, geom);
-    let d = '';
+    // One path per element kind; a sample on an element boundary ends one run and starts
+    // the next, so the line has no gap.
+    const paths = { line: '', arc: '', spiral: '' };
+    const starts = data.elements.map((e) => e.l);
+    let current = null;
     for (let i = 0; i < n; i++) {
-      d += (i ? 'L' : 'M') + hOf(smp.x[i], smp.y[i]) + ' ' + vOf(smp.x[i], smp.y[i]);
+      const point = hOf(smp.x[i], smp.y[i]) + ' ' + vOf(smp.x[i], smp.y[i]);
+      const mid = i + 1 < n ? (smp.s[i] + smp.s[i + 1]) / 2 : smp.s[i];
+      const kind = data.elements.length ? data.elements[lastAtOrBefore(starts, mid)].kind : 'line';
+      if (kind !== current) {
+        if (current !== null) paths[current] += 'L' + point;
+        paths[kind] += 'M' + point;
+        current = kind;
+      } else {
+        paths[kind] += 'L' + point;
+      }
     }
-    el('path', { d: d, class: 'centre' }, geom);
+    for (const kind in paths) {
+      if (paths[kind]) el('path', { d: paths[kind], class: 'centre ' + kind }, geom);
+    }
 
     let hMin = Infinity;
     let hMax = -Infinity;
