@@ -1,6 +1,7 @@
 // rcc: stakeout tables, curve tables, point location and drawings for one route described in a
 // JSON or LandXML file, built by the route layer on the road-alignment library.
 #include <CLI/CLI.hpp>
+#include <qv_route/dxf.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -221,18 +222,44 @@ struct DrawArgs {
 };
 
 void addDraw(CLI::App& app, DrawArgs& a) {
-    CLI::App* cmd = app.add_subcommand("draw", "plan and profile drawing (PNG or SVG)");
+    CLI::App* cmd =
+        app.add_subcommand("draw", "plan and profile drawing (PNG or SVG), or the plan as DXF");
     addCommon(cmd, a.common, false);
-    cmd->add_option("-o,--output", a.common.output, "drawing to write (.png or .svg)")->required();
+    cmd->add_option("-o,--output", a.common.output, "drawing to write (.png, .svg or .dxf)")
+        ->required();
     cmd->add_option("--tick", a.options.tick, "station label spacing (default: automatic)");
     cmd->add_option("--width", a.options.width, "image width in pixels (default 1600)");
     cmd->add_option("--exaggeration", a.options.exaggeration,
                     "vertical exaggeration of the profile (default: fill the panel)");
 }
 
+bool endsWith(const std::string& text, const std::string& end) {
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
 void runDraw(const DrawArgs& a) {
     const qv::route::Route route = load(a.common);
+    if (endsWith(a.common.output, ".dxf")) {
+        qv::route::DxfOptions options;
+        options.tickInterval = a.options.tick;
+        const std::string dxf = qv::route::writeDxf(route, options);
+        rcctool::writeOutput(a.common.output, [&dxf](std::ostream& out, bool) { out << dxf; });
+        return;
+    }
     rcctool::drawRoute(route, a.common.route, a.common.output, a.options, formatOf(a.common));
+}
+
+void addExport(CLI::App& app, Common& c) {
+    CLI::App* cmd = app.add_subcommand("export", "the route as LandXML 1.2");
+    addCommon(cmd, c, false);
+    cmd->add_option("-o,--output", c.output, "LandXML file to write (- for standard output)")
+        ->required();
+}
+
+void runExport(const Common& c) {
+    const std::string xml = qv::route::writeLandXml(load(c));
+    rcctool::writeOutput(c.output, [&xml](std::ostream& out, bool) { out << xml; });
 }
 
 struct ReportArgs {
@@ -285,20 +312,23 @@ int main(int argc, char** argv) {
     Common curves;
     LocateArgs locate;
     DrawArgs draw;
+    Common exportArgs;
     ReportArgs report;
     addStakeout(app, stakeout);
     addCurves(app, curves);
     addLocate(app, locate);
     addDraw(app, draw);
+    addExport(app, exportArgs);
     addReport(app, report);
 
-    const auto known = {"stakeout", "curves", "locate", "draw", "report"};
+    const auto known = {"stakeout", "curves", "locate", "draw", "export", "report"};
     if (argc > 1 && argv[1][0] != '-' &&
         std::none_of(known.begin(), known.end(),
                      [&argv](const char* name) { return std::strcmp(argv[1], name) == 0; })) {
         return fail(kBadInput,
                     std::string("unknown subcommand \"") + argv[1] +
-                        "\" (expected stakeout, curves, locate, draw or report; see rcc --help)");
+                        "\" (expected stakeout, curves, locate, draw, export or report; see "
+                        "rcc --help)");
     }
     try {
         app.parse(argc, argv);
@@ -316,6 +346,7 @@ int main(int argc, char** argv) {
         if (command == "curves") runCurves(curves);
         if (command == "locate") runLocate(locate);
         if (command == "draw") runDraw(draw);
+        if (command == "export") runExport(exportArgs);
         if (command == "report") runReport(report);
     } catch (const rcctool::InputError& e) {
         return fail(kBadInput, e.what());
