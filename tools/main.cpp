@@ -12,6 +12,7 @@
 #include <stdexcept>
 
 #include "commands.hpp"
+#include "report.hpp"
 
 namespace {
 
@@ -261,6 +262,29 @@ void runExport(const Common& c) {
     rcctool::writeOutput(c.output, [&xml](std::ostream& out, bool) { out << xml; });
 }
 
+struct ReportArgs {
+    Common common;
+    rcctool::ReportOptions options;
+};
+
+void addReport(CLI::App& app, ReportArgs& a) {
+    CLI::App* cmd = app.add_subcommand(
+        "report", "one self-contained HTML page: plan, profile, curve and stakeout tables");
+    addCommon(cmd, a.common, false);
+    cmd->add_option("-o,--output", a.common.output, "page to write (.html)")->required();
+    cmd->add_option("-i,--interval", a.options.interval,
+                    "stakeout table: round stations at this interval (default 20)");
+}
+
+void runReport(ReportArgs& a) {
+    if (!(a.options.interval > 0)) throw rcctool::InputError("--interval must be positive");
+    a.options.format = formatOf(a.common);
+    a.options.format.angle = rcctool::AngleStyle::DMS;  // deflections and bearings for the eye
+    const qv::route::Route route = load(a.common);
+    const std::string page = rcctool::reportPage(route, a.common.route, a.options);
+    rcctool::writeOutput(a.common.output, [&page](std::ostream& out, bool) { out << page; });
+}
+
 // One line on standard error: control characters (from file names or arguments) escaped.
 int fail(int status, const std::string& message) {
     static const char* const kHex = "0123456789abcdef";
@@ -289,19 +313,22 @@ int main(int argc, char** argv) {
     LocateArgs locate;
     DrawArgs draw;
     Common exportArgs;
+    ReportArgs report;
     addStakeout(app, stakeout);
     addCurves(app, curves);
     addLocate(app, locate);
     addDraw(app, draw);
     addExport(app, exportArgs);
+    addReport(app, report);
 
-    const auto known = {"stakeout", "curves", "locate", "draw", "export"};
+    const auto known = {"stakeout", "curves", "locate", "draw", "export", "report"};
     if (argc > 1 && argv[1][0] != '-' &&
         std::none_of(known.begin(), known.end(),
                      [&argv](const char* name) { return std::strcmp(argv[1], name) == 0; })) {
         return fail(kBadInput,
                     std::string("unknown subcommand \"") + argv[1] +
-                        "\" (expected stakeout, curves, locate, draw or export; see rcc --help)");
+                        "\" (expected stakeout, curves, locate, draw, export or report; see "
+                        "rcc --help)");
     }
     try {
         app.parse(argc, argv);
@@ -320,6 +347,7 @@ int main(int argc, char** argv) {
         if (command == "locate") runLocate(locate);
         if (command == "draw") runDraw(draw);
         if (command == "export") runExport(exportArgs);
+        if (command == "report") runReport(report);
     } catch (const rcctool::InputError& e) {
         return fail(kBadInput, e.what());
     } catch (const rcctool::OutputError& e) {
