@@ -17,27 +17,6 @@ using qv::route::Route;
 constexpr double kPercent = 100.0;
 const char* const kNone = "-";
 
-// The classic clothoid values of a transition of length L onto radius R, from the series of
-// the Fresnel integrals: its angle beta = L / 2R, the shift p of the circle towards the
-// tangent, L^2/24R - L^4/2688R^3, and the extension q of the tangent, L/2 - L^3/240R^2.
-struct TransitionValues {
-    double angle = 0.0;
-    double shift = 0.0;
-    double extension = 0.0;
-};
-
-constexpr double kShiftTerm1 = 24.0;
-constexpr double kShiftTerm2 = 2688.0;
-constexpr double kExtensionTerm2 = 240.0;
-
-TransitionValues transitionValues(double l, double r) {
-    TransitionValues v;
-    v.angle = l / (2 * r);
-    v.shift = l * l / (kShiftTerm1 * r) - std::pow(l, 4) / (kShiftTerm2 * std::pow(r, 3));
-    v.extension = l / 2 - std::pow(l, 3) / (kExtensionTerm2 * r * r);
-    return v;
-}
-
 std::string radiusText(double r, int decimals) {
     return std::isinf(r) ? "inf" : fixed(r, decimals);
 }
@@ -74,8 +53,6 @@ void horizontalTable(const Route& route, const FormatOptions& format, RowSink& s
         }
         const bool hasIn = curve.inTransitionLength > 0;
         const bool hasOut = curve.outTransitionLength > 0;
-        const TransitionValues in = transitionValues(curve.inTransitionLength, curve.radius);
-        const TransitionValues out = transitionValues(curve.outTransitionLength, curve.radius);
         std::string middle = kNone;
         for (const qv::route::KeyPoint& k : middles) {
             if (k.owner == curve.name) middle = stationText(k.station, format);
@@ -107,12 +84,12 @@ void horizontalTable(const Route& route, const FormatOptions& format, RowSink& s
                   middle,
                   orNone(hasOut, station(curve.endLength - curve.outTransitionLength)),
                   station(curve.endLength),
-                  orNone(hasIn, angleText(in.angle, format)),
-                  orNone(hasIn, fixed(in.shift, d)),
-                  orNone(hasIn, fixed(in.extension, d)),
-                  orNone(hasOut, angleText(out.angle, format)),
-                  orNone(hasOut, fixed(out.shift, d)),
-                  orNone(hasOut, fixed(out.extension, d))});
+                  orNone(hasIn, angleText(curve.inAngle, format)),
+                  orNone(hasIn, fixed(curve.inShift, d)),
+                  orNone(hasIn, fixed(curve.inExtension, d)),
+                  orNone(hasOut, angleText(curve.outAngle, format)),
+                  orNone(hasOut, fixed(curve.outShift, d)),
+                  orNone(hasOut, fixed(curve.outExtension, d))});
         previousEnd = curve.endLength;
     }
     // The end of the route: the last leg, and the straight after the last curve.

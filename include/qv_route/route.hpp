@@ -135,6 +135,14 @@ struct CurveInfo {
     double outTransitionLength = 0.0;
     double inParameter = 0.0;  ///< clothoid parameters A = sqrt(R L) (0: none)
     double outParameter = 0.0;
+    double inAngle = 0.0;  ///< angle each transition turns through, L / 2R, radians (0: none)
+    double outAngle = 0.0;
+    double inShift = 0.0;  ///< shift p of the circle towards the tangent (0: none)
+    double outShift = 0.0;
+    /// q: along the tangent from the transition's start to the foot of the shifted circle's
+    /// centre (0: none)
+    double inExtension = 0.0;
+    double outExtension = 0.0;
     double inBearing = 0.0;  ///< bearings of the tangents before and after, radians
     double outBearing = 0.0;
     double deflection = 0.0;       ///< signed, radians, positive where the bearing grows

@@ -20,9 +20,9 @@ constexpr double kShiftFirstTerm = 24.0;
 constexpr double kShiftSecondTerm = 2688.0;
 constexpr double kOffsetSecondTerm = 240.0;
 
-/// The most elements one conversion appends: straight, two transitions, arc, closing
-/// straight.
-constexpr std::size_t kMaxElementsPerCurve = 5;
+}  // namespace
+
+namespace rcc {
 
 double transitionShift(double L, double R) {
     return std::pow(L, 2) / (kShiftFirstTerm * R) -
@@ -32,6 +32,17 @@ double transitionShift(double L, double R) {
 double transitionOffset(double L, double R) {
     return L / 2 - std::pow(L, 3) / (kOffsetSecondTerm * std::pow(R, 2));
 }
+
+}  // namespace rcc
+
+namespace {
+
+using rcc::transitionOffset;
+using rcc::transitionShift;
+
+/// The most elements one conversion appends: straight, two transitions, arc, closing
+/// straight.
+constexpr std::size_t kMaxElementsPerCurve = 5;
 
 /// The main values of the curve fitted at one intersection point.
 struct CurveFit {

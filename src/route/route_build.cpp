@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <tuple>
 
 #include "chainage/chainage.hpp"
 #include "horizontal/horizontal.hpp"
@@ -14,6 +15,22 @@
 namespace qv::route::detail {
 
 namespace {
+
+// The classic values of each transition of a curve onto its radius R: parameter
+// A = sqrt(R L) (curvature grows as s / A^2), angle L / 2R, shift p and extension q.
+void fillTransitionValues(CurveInfo& c) {
+    const double R = c.radius;
+    for (auto [L, A, angle, shift, extension] :
+         {std::tie(c.inTransitionLength, c.inParameter, c.inAngle, c.inShift, c.inExtension),
+          std::tie(c.outTransitionLength, c.outParameter, c.outAngle, c.outShift,
+                   c.outExtension)}) {
+        if (!(L > 0)) continue;
+        A = std::sqrt(R * L);
+        angle = L / (2 * R);
+        shift = rcc::transitionShift(L, R);
+        extension = rcc::transitionOffset(L, R);
+    }
+}
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 /// Largest difference, in length units, between the length the library measures between
@@ -147,8 +164,7 @@ void buildIntersectionPoints(RouteData& d, std::vector<RoadCurve>& elements) {
         c.inTransitionLength = std::max(V.inTransitionLength, 0.0);
         c.outTransitionLength = std::max(V.outTransitionLength, 0.0);
         // Clothoid parameter A = sqrt(R L): the clothoid's curvature grows as s / A^2.
-        c.inParameter = std::sqrt(c.radius * c.inTransitionLength);
-        c.outParameter = std::sqrt(c.radius * c.outTransitionLength);
+        fillTransitionValues(c);
         c.inBearing = rcc::bearingBetween(points[v - 1].x, points[v - 1].y, V.x, V.y);
         c.outBearing = rcc::bearingBetween(V.x, V.y, points[i].x, points[i].y);
         c.deflection = rcc::radiansFromDegrees(deflectionDeg);
@@ -327,10 +343,7 @@ void groupElements(RouteData& d, const std::vector<RoadCurve>& elements) {
         if (std::isinf(c.radius) && c.inTransitionLength > 0) {
             c.radius = elements[c.firstElement].endRadius;
         }
-        if (std::isfinite(c.radius)) {
-            c.inParameter = std::sqrt(c.radius * c.inTransitionLength);
-            c.outParameter = std::sqrt(c.radius * c.outTransitionLength);
-        }
+        if (std::isfinite(c.radius)) fillTransitionValues(c);
     }
 }
 
