@@ -1,6 +1,8 @@
 // Text forms of numbers, stations, bearings and angles for the tool's tables.
 #include "format.hpp"
 
+#include <qv_route/angles.hpp>
+
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -10,15 +12,11 @@ namespace rcctool {
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
-constexpr double kDegreesPerHalfTurn = 180.0;
 constexpr double kFullTurnDeg = 360.0;
 constexpr double kMinutesPerDegree = 60.0;
 constexpr double kSecondsPerMinute = 60.0;
 constexpr int kDegreeDecimals = 6;         // 1e-6 degree is about 0.02 mm at 1 km
 constexpr double kTenthsPerSecond = 10.0;  // 0.1" is about 0.5 mm at 1 km
-
-double degrees(double radians) { return radians * kDegreesPerHalfTurn / kPi; }
 
 std::string whole(double value, int width) {
     std::string text = fixed(value, 0);
@@ -69,12 +67,12 @@ std::string stationText(qv::route::Station station, const FormatOptions& options
 
 std::string bearingText(double radians, const FormatOptions& options) {
     if (!std::isfinite(radians)) return fixed(radians, 0);
-    return degreesText(normalizedDegrees(degrees(radians)), options);
+    return degreesText(normalizedDegrees(qv::route::degreesFromRadians(radians)), options);
 }
 
 std::string angleText(double radians, const FormatOptions& options) {
     if (!std::isfinite(radians)) return fixed(radians, 0);
-    return degreesText(std::fabs(degrees(radians)), options);
+    return degreesText(std::fabs(qv::route::degreesFromRadians(radians)), options);
 }
 
 const char* turnText(int turn, qv::route::Frame frame) {
