@@ -17,7 +17,7 @@ struct LengthFoot {
     FootPlace place = FootPlace::None;
     double length = 0.0;    ///< along the route
     double offset = 0.0;    ///< signed, positive on the side of bearing + pi/2
-    double distance = 0.0;  ///< |offset| unless the foot is an end of the route
+    double distance = 0.0;  ///< plane distance from the point to the foot (x, y)
     double x = 0.0;         ///< the foot on the centre line
     double y = 0.0;
     std::size_t element = 0;
