@@ -1,18 +1,55 @@
 // Chainage text rules: std::stod-compatible reading with its exact exception messages,
-// "%f" writing, and the leading-zero mark of a repeated chainage.
+// "%f" writing, and the leading-zero mark of a repeated chainage. Plain decimal text goes
+// through std::from_chars / std::to_chars, which give the same correctly rounded results
+// at a fraction of the cost; every other form takes the C library's own path.
 #include "chainage/chainage.hpp"
 
 #include <cerrno>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <stdexcept>
+#include <system_error>
+
+#if defined(_WIN32)
+#include <clocale>
+#else
+#include <langinfo.h>
+#endif
 
 namespace rcc {
 
-double parseDKText(const std::string& text) {
-    // strtod with errno, as std::stod does; the messages are fixed by the interface, not
-    // by this standard library's own wording. errno is restored so that a successful read
-    // leaves the caller's errno as it was.
+namespace {
+
+// Longest plain decimal read on the fast path. Without an exponent, 300 characters hold
+// neither a value above 1e300 (double overflows beyond 1.8e308) nor a nonzero value below
+// 1e-298 (subnormals start at 2.2e-308), so the fast path never meets a range error.
+constexpr std::size_t kMaxPlainDecimalLength = 300;
+
+// "%f" of the largest double needs 309 integer digits, a sign, a point and 6 decimals.
+constexpr int kFormatBufferSize = 320;
+constexpr int kFixedDecimals = 6;
+
+// strtod and printf use the decimal point of the current C locale; from_chars and to_chars
+// always use '.', so they stand in only while the locale's point is '.'. nl_langinfo reads
+// the calling thread's locale without writing shared state (localeconv fills a static).
+bool decimalPointIsDot() {
+#if defined(_WIN32)
+    const char* point = std::localeconv()->decimal_point;
+#else
+    const char* point = nl_langinfo(RADIXCHAR);
+#endif
+    return point != nullptr && point[0] == '.' && point[1] == '\0';
+}
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// std::stod's own path: strtod with errno, and the interface's fixed messages rather than
+// this standard library's wording. errno is restored so that a successful read leaves the
+// caller's errno as it was.
+double parseWithStrtod(const std::string& text) {
     const char* begin = text.c_str();
     char* end = nullptr;
     const int savedErrno = errno;
@@ -29,19 +66,55 @@ double parseDKText(const std::string& text) {
     return value;
 }
 
+}  // namespace
+
+std::optional<double> parsePlainDecimal(const std::string& text) {
+    // Only -?digits[.digits] (or -?.digits) taken as the longest prefix: no blank, '+',
+    // hex, inf, nan or exponent, whose handling differs between the two readers.
+    const char* first = text.data();
+    const char* last = first + text.size();
+    const char* p = first + (first != last && *first == '-' ? 1 : 0);
+    if (p == last || !(isDigit(*p) || *p == '.')) return std::nullopt;
+    double value = 0.0;
+    const std::from_chars_result read = std::from_chars(first, last, value);
+    if (read.ec != std::errc{}) return std::nullopt;
+    const auto consumed = static_cast<std::size_t>(read.ptr - first);
+    if (consumed > kMaxPlainDecimalLength) return std::nullopt;
+    if (std::memchr(first, 'e', consumed) || std::memchr(first, 'E', consumed)) return std::nullopt;
+    // "0x1p3" is a hex number to strtod but a plain "0" to from_chars.
+    if (read.ptr != last && (*read.ptr == 'x' || *read.ptr == 'X')) return std::nullopt;
+    if (!decimalPointIsDot()) return std::nullopt;
+    return value;
+}
+
+double parseDKText(const std::string& text) {
+    if (const std::optional<double> value = parsePlainDecimal(text)) return *value;
+    return parseWithStrtod(text);
+}
+
 bool isMarkedDK(const std::string& text, double value) {
     // The mark is the literal first character, before any blank or sign; a zero value
     // ("0", "0.000000") is never marked. Exact comparison: the mark is defined on zero.
     return !text.empty() && text.front() == '0' && value != 0.0;
 }
 
-std::string formatDK(double value) {
-    // Identical to std::to_string(double); written out so that the format is visible.
-    // "%f" of the largest double needs 309 integer digits, a sign, a point and 6 decimals.
-    constexpr int kBufferSize = 320;
-    char buffer[kBufferSize];
+std::string formatDKWithPrintf(double value) {
+    char buffer[kFormatBufferSize];
     const int written = std::snprintf(buffer, sizeof buffer, "%f", value);
     return std::string(buffer, written > 0 ? static_cast<std::size_t>(written) : 0);
+}
+
+std::string formatDK(double value) {
+    // Identical to std::to_string(double), that is "%f". to_chars writes the exactly
+    // rounded six-decimal form of finite values as printf does; "inf" and "nan" spellings
+    // and a locale's own decimal point are left to printf.
+    if (std::isfinite(value) && decimalPointIsDot()) {
+        char buffer[kFormatBufferSize];
+        const std::to_chars_result written = std::to_chars(
+            buffer, buffer + sizeof buffer, value, std::chars_format::fixed, kFixedDecimals);
+        if (written.ec == std::errc{}) return std::string(buffer, written.ptr);
+    }
+    return formatDKWithPrintf(value);
 }
 
 std::string formatMarkedDK(double value) { return '0' + formatDK(value); }
