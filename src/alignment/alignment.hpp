@@ -3,6 +3,7 @@
 #pragma once
 
 #include "chainage/chainage.hpp"
+#include "horizontal/horizontal.hpp"
 #include "qv_roadCurveCalculation_alg.h"
 
 #include <algorithm>
@@ -64,9 +65,10 @@ std::size_t firstHolding(const std::vector<std::size_t>& runs, std::size_t count
 
 /// An element's start chainage as the point query reads it: its number written with six
 /// decimals and read back, with the mark that text carries (a start in (0, 1) is written
-/// "0.xxxxxx" and so counts as marked).
+/// "0.xxxxxx" and so counts as marked); and its prepared evaluation.
 struct RoadCurvesCalculation::ElementKey {
     rcc::DKValue start;
+    rcc::PreparedCurve evaluation;
 };
 
 /// A profile piece's start chainage (value and mark) and end value, read once from its text.

@@ -43,18 +43,11 @@ bool RoadCurvesCalculation::horizontalPointAt(const std::string& dk, double valu
         // Length from the element's start through the breaks, honouring the mark of dk.
         const double along = rcc::lengthBetween(brokenChains.chains, elementKeys[index].start,
                                                 {value, rcc::isMarkedDK(dk, value)});
-        if (element->curveType == 0) {
-            x = std::cos(element->startBearing) * along + element->startX;
-            y = std::sin(element->startBearing) * along + element->startY;
-            bearing = element->startBearing;
-        } else {
-            const rcc::CurvePoint p =
-                rcc::integrateCurve(*element, along, element->startCurvature, element->endCurvature,
-                                    element->length, element->integrationStep);
-            x = p.x;
-            y = p.y;
-            bearing = p.bearing;
-        }
+        const rcc::CurvePoint p =
+            rcc::pointOnElement(*element, elementKeys[index].evaluation, along);
+        x = p.x;
+        y = p.y;
+        bearing = p.bearing;
     }
     // Outside every element (or an element whose bearing is the sentinel itself): the end of
     // the last element. Exact comparison against the sentinel value.

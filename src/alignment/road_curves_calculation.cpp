@@ -89,7 +89,7 @@ void RoadCurvesCalculation::elementsAppended(std::size_t first) {
         const RoadCurve& element = elements[i];
         // The query measures from the start's six-decimal text, mark included.
         const std::string startText = rcc::formatDK(element.startDK);
-        elementKeys.push_back({rcc::readDK(startText)});
+        elementKeys.push_back({rcc::readDK(startText), rcc::PreparedCurve(element)});
         if (i == 0 || !rcc::continuesRun(elements[i - 1].startDK, elements[i - 1].endDK,
                                          element.startDK, element.endDK)) {
             elementRuns.push_back(i);

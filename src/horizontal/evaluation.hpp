@@ -64,8 +64,11 @@ bool closedFormHolds(double maxSlope, double maxCurve, double count, double tole
 /// Sum of e^(i(alpha + beta m + gamma m^2)) over m = 0 .. count - 1: a geometric sum for
 /// gamma = 0, Euler-Maclaurin over quadraticPhaseIntegral where closedFormHolds, otherwise
 /// term by term, and NaN beyond kMaxDirectTerms. `tolerance` is the absolute error allowed.
+/// `closedFormOnly` skips the term-by-term shortcut for a handful of terms (used where the
+/// closed form is known to hold and its fixed cost is wanted).
 std::complex<double> quadraticPhaseSum(long double alpha, long double beta, long double gamma,
-                                       std::int64_t count, double tolerance);
+                                       std::int64_t count, double tolerance,
+                                       bool closedFormOnly = false);
 
 /// G(A, B) = integral over v in [0, 1] of e^(i(B v + A v^2)), the generalised Fresnel
 /// integral, to about 3e-16 absolute for any finite A and B.

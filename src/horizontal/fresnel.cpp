@@ -274,7 +274,7 @@ bool closedFormHolds(double maxSlope, double maxCurve, double count, double tole
 }
 
 std::complex<double> quadraticPhaseSum(long double alpha, long double beta, long double gamma,
-                                       std::int64_t count, double tolerance) {
+                                       std::int64_t count, double tolerance, bool closedFormOnly) {
     if (count <= 0) return {0.0, 0.0};
     if (!std::isfinite(alpha) || !std::isfinite(beta) || !std::isfinite(gamma)) {
         return {kNaN, kNaN};
@@ -291,7 +291,7 @@ std::complex<double> quadraticPhaseSum(long double alpha, long double beta, long
             std::sin(reducedAngle(beta * countL / 2)) / std::sin(static_cast<double>(beta / 2));
         return ratio * unitPhase(alpha + beta * (countL - 1) / 2);
     }
-    if (count <= kDirectSumTerms) return directSum(alpha, beta, gamma, count);
+    if (count <= kDirectSumTerms && !closedFormOnly) return directSum(alpha, beta, gamma, count);
 
     const double slopeStart = static_cast<double>(beta);
     const double slopeEnd = static_cast<double>(beta + 2 * gamma * countL);

@@ -184,3 +184,132 @@ CurvePoint integrateCurve(const RoadCurve& curve, double s, double startCurvatur
 }
 
 }  // namespace rcc
+
+namespace rcc {
+
+namespace {
+
+// Per-step turn at t = 0 and its growth per unit of t, as integrateCurve forms them.
+struct TurnRates {
+    long double turn;
+    long double ramp;
+};
+
+TurnRates turnRates(const RoadCurve& curve) {
+    const long double direction = curve.turnDirection;
+    const long double step = curve.integrationStep;
+    return {direction * step * curve.startCurvature,
+            direction * step *
+                (static_cast<long double>(curve.endCurvature) - curve.startCurvature) /
+                curve.length};
+}
+
+// Whether a record is a clothoid the checkpoints serve: the standard step, finite rates with
+// a ramp, a finite positive length, and a closed form that holds over any stretch between
+// two checkpoints (the turn per step stays far below a radian for any radius above a few
+// dozen steps).
+bool preparable(const RoadCurve& curve, const TurnRates& rates) {
+    if (curve.curveType == 0 || curve.integrationStep != kIntegrationStep) return false;
+    if (!std::isfinite(rates.turn) || !std::isfinite(rates.ramp) || rates.ramp == 0) return false;
+    if (!(curve.length > 0) || !(curve.length < stallDistance(kIntegrationStep))) return false;
+    const double rampPerStep = static_cast<double>(std::fabs(rates.ramp) * kIntegrationStep);
+    const double maxTurn = static_cast<double>(
+        std::max(std::fabs(rates.turn), std::fabs(rates.turn + rates.ramp * curve.length)));
+    return closedFormHolds(maxTurn + rampPerStep, 2 * rampPerStep,
+                           static_cast<double>(PreparedCurve::kCheckpointSteps),
+                           kShortcutBudget / kIntegrationStep);
+}
+
+// The quadratic phase of the steps from index `index` of `run` on: theta_(index+m) = alpha +
+// beta m + gamma m^2 while t stays in the run, with S and t at `index` exact as in totalsAt.
+struct Phase {
+    long double alpha;
+    long double beta;
+    long double gamma;
+};
+
+Phase phaseFrom(const DistanceRun& run, std::int64_t index, long double b0, const TurnRates& r) {
+    const std::int64_t j = index - run.first;
+    const long double jl = static_cast<long double>(j);
+    long double distanceSum = run.sumBefore + jl * run.start;
+    if (j > 1) distanceSum += run.increment * jl * (jl - 1) / 2;
+    const long double t = run.start + jl * run.increment;
+    const long double gamma = r.ramp * run.increment / 2;
+    return {b0 + r.turn * static_cast<long double>(index) + r.ramp * distanceSum,
+            r.turn + r.ramp * t - gamma, gamma};
+}
+
+}  // namespace
+
+PreparedCurve::PreparedCurve(const RoadCurve& curve) {
+    const TurnRates rates = turnRates(curve);
+    if (!preparable(curve, rates)) return;
+    int runCount = 0;
+    const DistanceRun* runs = integrationStepRuns(runCount);
+    const double tolerance = kShortcutBudget / kIntegrationStep;
+    const long double b0 = curve.startBearing;
+    // The running sum in long double: a few hundred stretches add no visible rounding. It
+    // starts at -e^(i b0): the sum runs from j = 0, and the point wants j = 1 .. n.
+    const std::complex<double> startTerm = std::polar(1.0, curve.startBearing);
+    long double sumX = -startTerm.real();
+    long double sumY = -startTerm.imag();
+    for (int r = 0; r < runCount; ++r) {
+        const DistanceRun& run = runs[r];
+        if (run.start > curve.length) break;  // no query up to the length ends in this run
+        runFirst_.push_back(static_cast<std::int32_t>(sums_.size()));
+        for (std::int64_t j = 0; j < run.count; j += kCheckpointSteps) {
+            if (run.start + static_cast<double>(j) * run.increment > curve.length) break;
+            sums_.emplace_back(static_cast<double>(sumX), static_cast<double>(sumY));
+            const Phase phase = phaseFrom(run, run.first + j, b0, rates);
+            const std::complex<double> stretch =
+                quadraticPhaseSum(phase.alpha, phase.beta, phase.gamma,
+                                  std::min(kCheckpointSteps, run.count - j), tolerance, true);
+            sumX += stretch.real();
+            sumY += stretch.imag();
+        }
+    }
+    runFirst_.push_back(static_cast<std::int32_t>(sums_.size()));
+}
+
+CurvePoint PreparedCurve::at(const RoadCurve& curve, double s) const {
+    if (sums_.empty() || !(s >= 0) || !(s <= curve.length)) {
+        return integrateCurve(curve, s, curve.startCurvature, curve.endCurvature, curve.length,
+                              curve.integrationStep);
+    }
+    int runCount = 0;
+    const DistanceRun* runs = integrationStepRuns(runCount);
+    const DistanceRun* run = std::partition_point(
+        runs, runs + runCount, [s](const DistanceRun& each) { return !(each.last > s); });
+    const StepTotals totals = totalsAt(*run, s);
+    // The last term of the sum, index n - 1, may close the run before.
+    const std::int64_t lastTerm = totals.steps - 1;
+    if (lastTerm < run->first) --run;
+    const auto r = static_cast<std::size_t>(run - runs);
+    const std::int64_t checkpoint = (lastTerm - run->first) / kCheckpointSteps;
+    const std::size_t slot = static_cast<std::size_t>(runFirst_[r] + checkpoint);
+    const std::int64_t index = run->first + checkpoint * kCheckpointSteps;
+
+    const TurnRates rates = turnRates(curve);
+    const long double b0 = curve.startBearing;
+    const Phase phase = phaseFrom(*run, index, b0, rates);
+    const double tolerance = kShortcutBudget / kIntegrationStep;
+    std::complex<double> sum =
+        sums_[slot] + quadraticPhaseSum(phase.alpha, phase.beta, phase.gamma, totals.steps - index,
+                                        tolerance, true);
+    const long double bearing =
+        b0 + rates.turn * static_cast<long double>(totals.steps) + rates.ramp * totals.distanceSum;
+    sum += std::polar(1.0, reducedAngle(bearing));
+    const double step = kIntegrationStep;
+    return {curve.startX + step * sum.real(), curve.startY + step * sum.imag(),
+            static_cast<double>(bearing)};
+}
+
+CurvePoint pointOnElement(const RoadCurve& element, const PreparedCurve& prepared, double s) {
+    if (element.curveType == 0) {
+        return {std::cos(element.startBearing) * s + element.startX,
+                std::sin(element.startBearing) * s + element.startY, element.startBearing};
+    }
+    return prepared.at(element, s);
+}
+
+}  // namespace rcc
