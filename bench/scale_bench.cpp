@@ -34,26 +34,30 @@ RoadCurvesCalculation scaledRoute(int elements, bool withProfile) {
     double y = kStartY;
     double bearing = kStartBearing;
     for (int i = 0; i < elements; ++i) {
+        // Each element is built alone and appended, so that its end is read without copying
+        // the growing route's list.
         const double dk = i * kPieceLength;
         const int turn = (i / kPiecesPerCurve) % 2 == 0 ? 1 : -1;
+        RoadCurvesCalculation piece;
         switch (i % kPiecesPerCurve) {
             case 0:
-                route.inputLine(dk, dk + kPieceLength, x, y, bearing);
+                piece.inputLine(dk, dk + kPieceLength, x, y, bearing);
                 break;
             case 1:
-                route.inputInTransitionCurve(dk, dk + kPieceLength, x, y, kRadius, turn, bearing);
+                piece.inputInTransitionCurve(dk, dk + kPieceLength, x, y, kRadius, turn, bearing);
                 break;
             case 2:
-                route.inputCurve(dk, dk + kPieceLength, x, y, kRadius, turn, bearing);
+                piece.inputCurve(dk, dk + kPieceLength, x, y, kRadius, turn, bearing);
                 break;
             default:
-                route.inputOutTransitionCurve(dk, dk + kPieceLength, x, y, kRadius, turn, bearing);
+                piece.inputOutTransitionCurve(dk, dk + kPieceLength, x, y, kRadius, turn, bearing);
                 break;
         }
-        const RoadCurve& last = route.getRoadCruves().back();
-        x = last.endX;
-        y = last.endY;
-        bearing = last.endBearing;
+        const RoadCurve element = piece.getRoadCruves().front();
+        route.addRoadCurves(element);
+        x = element.endX;
+        y = element.endY;
+        bearing = element.endBearing;
     }
     if (!withProfile) return route;
     double g1 = 0;

@@ -183,8 +183,8 @@ TEST(ConstantTimeEvaluation, EndlessAndDegenerateInputsAgreeWithLiteralLoop) {
     EXPECT_TRUE(std::isnan(integrateCurve(curve, 200, 0, 1 / 5e-4, 200, kStep).x));
 }
 
-// The prepared clothoids against the evaluator they stand in for (itself held to the exact sum
-// above), on seeded random clothoids up to 5 km: at the end, at round distances, at binade
+// The prepared arcs and clothoids against the evaluator they stand in for (itself held to the exact
+// sum above), on seeded random clothoids up to 5 km: at the end, at round distances, at binade
 // boundaries 2^e (where a run of the accumulated distance starts) and at checkpoint
 // boundaries, each with its two neighbouring doubles; and against the exact sum and the
 // literal loop where those are affordable.
@@ -203,8 +203,8 @@ TEST(PreparedEvaluation, MatchesTheExactEvaluatorAtRoundBinadeAndCheckpointDista
                                   k % 2 ? 1 : -1);
         curve.length = length;
         curve.startCurvature = curvature();
-        curve.endCurvature = curvature() + 1e-6;  // a ramp, never an arc
-        curve.curveType = 4;
+        curve.endCurvature = k % 3 == 0 ? curve.startCurvature : curvature() + 1e-6;  // arc or ramp
+        curve.curveType = k % 3 == 0 ? 1 : 4;
         const rcc::PreparedCurve prepared(curve);
 
         std::vector<double> queries = {

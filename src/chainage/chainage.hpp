@@ -4,7 +4,6 @@
 
 #include "qv_roadCurveCalculation_alg.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,8 +19,8 @@ double parseDKText(const std::string& text);
 
 /// The fast reading of parseDKText: the value of a plain decimal prefix (optional '-',
 /// digits and one point, no exponent, at most 300 characters, a locale whose decimal point
-/// is '.'), identical to strtod's; nullopt for every other text, which strtod then reads.
-std::optional<double> parsePlainDecimal(const std::string& text);
+/// is '.'), identical to strtod's; false for every other text, which strtod then reads.
+bool parsePlainDecimal(const std::string& text, double& value);
 
 /// A text is marked (second occurrence behind a long chain) when its very first character
 /// is '0' and its value is not zero.

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -27,6 +28,14 @@ namespace {
 // neither a value above 1e300 (double overflows beyond 1.8e308) nor a nonzero value below
 // 1e-298 (subnormals start at 2.2e-308), so the fast path never meets a range error.
 constexpr std::size_t kMaxPlainDecimalLength = 300;
+
+// Integers up to 2^53 and powers of ten up to 10^22 are exact in double.
+constexpr std::uint64_t kMaxExactMantissa = std::uint64_t{1} << 53;
+constexpr std::uint64_t kDecimalBase = 10;
+constexpr int kMaxExactPowerOfTen = 22;
+constexpr double kPowersOfTen[kMaxExactPowerOfTen + 1] = {
+    1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 // "%f" of the largest double needs 309 integer digits, a sign, a point and 6 decimals.
 constexpr int kFormatBufferSize = 320;
@@ -68,28 +77,65 @@ double parseWithStrtod(const std::string& text) {
 
 }  // namespace
 
-std::optional<double> parsePlainDecimal(const std::string& text) {
+bool parsePlainDecimal(const std::string& text, double& value) {
     // Only -?digits[.digits] (or -?.digits) taken as the longest prefix: no blank, '+',
-    // hex, inf, nan or exponent, whose handling differs between the two readers.
+    // hex, inf, nan or exponent, whose handling differs between the readers.
     const char* first = text.data();
     const char* last = first + text.size();
-    const char* p = first + (first != last && *first == '-' ? 1 : 0);
-    if (p == last || !(isDigit(*p) || *p == '.')) return std::nullopt;
-    double value = 0.0;
-    const std::from_chars_result read = std::from_chars(first, last, value);
-    if (read.ec != std::errc{}) return std::nullopt;
-    const auto consumed = static_cast<std::size_t>(read.ptr - first);
-    if (consumed > kMaxPlainDecimalLength) return std::nullopt;
-    if (std::memchr(first, 'e', consumed) || std::memchr(first, 'E', consumed)) return std::nullopt;
-    // "0x1p3" is a hex number to strtod but a plain "0" to from_chars.
-    if (read.ptr != last && (*read.ptr == 'x' || *read.ptr == 'X')) return std::nullopt;
-    if (!decimalPointIsDot()) return std::nullopt;
-    return value;
+    const bool negative = first != last && *first == '-';
+    const char* p = first + (negative ? 1 : 0);
+    if (p == last || !(isDigit(*p) || *p == '.')) return false;
+
+    // Scan the digits once, collecting them as an integer m while it stays exact. Zeros at
+    // the end of the decimals are held back and never enter m: "1000.000000" is 1000/1.
+    std::uint64_t mantissa = 0;
+    int decimals = 0;
+    int heldZeros = 0;
+    bool exact = true;
+    bool anyDigit = false;
+    bool inFraction = false;
+    const char* q = p;
+    for (; q != last; ++q) {
+        if (*q == '.' && !inFraction) {
+            inFraction = true;
+            continue;
+        }
+        if (!isDigit(*q)) break;
+        anyDigit = true;
+        if (inFraction && *q == '0') {
+            ++heldZeros;
+            continue;
+        }
+        for (; heldZeros > 0; --heldZeros) {  // zeros followed by a digit are part of m
+            if (mantissa > kMaxExactMantissa / kDecimalBase) exact = false;
+            mantissa *= kDecimalBase;
+            ++decimals;
+        }
+        if (mantissa > kMaxExactMantissa / kDecimalBase) exact = false;
+        mantissa = mantissa * kDecimalBase + static_cast<std::uint64_t>(*q - '0');
+        if (inFraction) ++decimals;
+    }
+    // "0x1p3" is hex and "1e3" has an exponent to strtod; both stop a plain reader early.
+    if (!anyDigit || (q != last && (*q == 'x' || *q == 'X' || *q == 'e' || *q == 'E'))) {
+        return false;
+    }
+    if (!decimalPointIsDot()) return false;
+    if (exact && mantissa <= kMaxExactMantissa && decimals <= kMaxExactPowerOfTen) {
+        // m and 10^k are both exact in double, so the one correctly rounded division is the
+        // correctly rounded value that strtod returns (Clinger's fast path).
+        value = static_cast<double>(mantissa);
+        if (decimals > 0) value /= kPowersOfTen[decimals];
+        if (negative) value = -value;
+        return true;
+    }
+    if (q - first > static_cast<std::ptrdiff_t>(kMaxPlainDecimalLength)) return false;
+    const std::from_chars_result read = std::from_chars(first, q, value);
+    return read.ec == std::errc{} && read.ptr == q;
 }
 
 double parseDKText(const std::string& text) {
-    if (const std::optional<double> value = parsePlainDecimal(text)) return *value;
-    return parseWithStrtod(text);
+    double value = 0.0;
+    return parsePlainDecimal(text, value) ? value : parseWithStrtod(text);
 }
 
 bool isMarkedDK(const std::string& text, double value) {

@@ -89,12 +89,13 @@ CurvePoint integrateCurve(const RoadCurve& curve, double s, double startCurvatur
 CurvePoint integrateCurveLiteral(const RoadCurve& curve, double s, double startCurvature,
                                  double endCurvature, double rampLength, double step);
 
-/// A clothoid's fixed-step evaluation prepared once, when the element is built: the exact
-/// sum of the step vectors at checkpoints along it (the start of every run of the
-/// accumulated distance, and every kCheckpointSteps steps inside a run), so that a query
-/// adds one short closed-form stretch from the checkpoint before it. Gives integrateCurve's
-/// sum to within the same 1e-9 at a fixed cost whatever the distance. Empty (integrateCurve
-/// itself) for straights, arcs, steps other than kIntegrationStep and degenerate records.
+/// A curved element's fixed-step evaluation prepared once, when the element is built. For a
+/// clothoid: the exact sum of the step vectors at checkpoints along it (the start of every
+/// run of the accumulated distance, and every kCheckpointSteps steps inside a run), so that
+/// a query adds one short closed-form stretch from the checkpoint before it; for an arc the
+/// fixed denominator of its geometric sum. Gives integrateCurve's sum to within the same
+/// 1e-9 at a fixed cost whatever the distance . Unprepared (that is,
+/// integrateCurve itself) for steps other than kIntegrationStep and degenerate records.
 class PreparedCurve {
 public:
     PreparedCurve() = default;
@@ -108,9 +109,17 @@ public:
     static constexpr std::int64_t kCheckpointSteps = std::int64_t{1} << 14;
 
 private:
-    /// At each checkpoint c: the sum of e^(i theta_j) over 1 <= j < c (less the start's term).
+    enum class Kind { kUnprepared, kArc, kClothoid };
+    Kind kind_ = Kind::kUnprepared;
+    double turn_ = 0.0;                   ///< turn of the first step, d h k1 (radians)
+    double ramp_ = 0.0;                   ///< growth of the turn per unit of t, d h (k2 - k1) / L
+    double arcPerHalfTurnSine_ = 0.0;     ///< 1 / sin(turn_ / 2) of an arc
+    std::complex<double> arcStartPhase_;  ///< e^(i(b0 + turn_ / 2)) of an arc
+    /// At each checkpoint c: the sum of e^(i theta_j) over 1 <= j < c, plus the start terms
+    /// of Euler-Maclaurin for a stretch from c.
     std::vector<std::complex<double>> sums_;
-    std::vector<std::int32_t> runFirst_;  ///< index in sums_ of each run's first checkpoint
+    std::vector<std::complex<double>> phases_;  ///< e^(i theta_c) at each checkpoint c
+    std::vector<std::int32_t> runFirst_;        ///< index in sums_ of each run's first checkpoint
 };
 
 /// Point and tangent bearing of an element at distance s from its start, as the point query

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 
 namespace rcc {
@@ -24,10 +26,20 @@ constexpr double kShortcutBudget = 1e-11;
 // stops. Counted in whole grid spacings of the run's binade, where s - start is exact.
 std::int64_t valuesNotAbove(const DistanceRun& run, double s) {
     if (s < run.start) return 0;
-    if (run.first == 0) return 1;  // s < t_1 = step: only t_0 = 0
-    const auto room = static_cast<std::int64_t>((s - run.start) / run.spacing);
-    const auto stride = static_cast<std::int64_t>(run.increment / run.spacing);
-    return room / stride + 1;
+    if (run.first == 0 || !(run.increment > 0)) return 1;  // s < t_1 = step, or the terminal run
+    // s lies in the run's binade, so s - start is exact and a multiple of the spacing, and so
+    // is m * increment for every whole m up to the run's count. The rounded quotient (taken
+    // with the rounded reciprocal, a product being quicker than a division) may miss the
+    // whole number below it by one either way; the exact products tell.
+    // Both are non-negative, so truncation is the floor.
+    const double room = s - run.start;
+    auto whole = static_cast<std::int64_t>(room * run.perIncrement);
+    if (static_cast<double>(whole) * run.increment > room) {
+        whole -= 1;
+    } else if (static_cast<double>(whole + 1) * run.increment <= room) {
+        whole += 1;
+    }
+    return std::min(whole, run.count - 1) + 1;
 }
 
 // The loop's step count n and S_n = t_0 + ... + t_(n-1), from the run that holds its last
@@ -204,28 +216,79 @@ TurnRates turnRates(const RoadCurve& curve) {
                 curve.length};
 }
 
-// Whether a record is a clothoid the checkpoints serve: the standard step, finite rates with
-// a ramp, a finite positive length, and a closed form that holds over any stretch between
-// two checkpoints (the turn per step stays far below a radian for any radius above a few
-// dozen steps).
-bool preparable(const RoadCurve& curve, const TurnRates& rates) {
-    if (curve.curveType == 0 || curve.integrationStep != kIntegrationStep) return false;
-    if (!std::isfinite(rates.turn) || !std::isfinite(rates.ramp) || rates.ramp == 0) return false;
-    if (!(curve.length > 0) || !(curve.length < stallDistance(kIntegrationStep))) return false;
-    const double rampPerStep = static_cast<double>(std::fabs(rates.ramp) * kIntegrationStep);
-    const double maxTurn = static_cast<double>(
-        std::max(std::fabs(rates.turn), std::fabs(rates.turn + rates.ramp * curve.length)));
-    return closedFormHolds(maxTurn + rampPerStep, 2 * rampPerStep,
-                           static_cast<double>(PreparedCurve::kCheckpointSteps),
-                           kShortcutBudget / kIntegrationStep);
+// The run of the standard step's accumulated distance that holds t_(n-1), the last distance
+// the loop sums before it stops at s, and n itself (counted as in totalsAt).
+struct LastRun {
+    const DistanceRun* run;
+    std::size_t runIndex;
+    std::int64_t steps;
+};
+
+// The standard step's runs with, for each binade [2^e, 2^(e+1)) from that of the step on, the
+// first run that ends at or beyond 2^e: the run holding any s of the binade is at most a
+// step or two further on.
+struct StandardRunIndex {
+    const DistanceRun* runs;
+    int runCount;
+    int lowestExponent;
+    double lowestBinadeStart;  ///< 2^lowestExponent
+    std::vector<int> firstByBinade;
+};
+
+// The binade exponent of a positive normal double, from its bits.
+int binadeOf(double value) {
+    constexpr int kExponentBias = 1023;
+    constexpr int kFractionBits = 52;
+    constexpr std::uint64_t kExponentMask = 0x7ff;
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    return static_cast<int>((bits >> kFractionBits) & kExponentMask) - kExponentBias;
+}
+
+const StandardRunIndex& standardRunIndex() {
+    static const StandardRunIndex index = [] {
+        StandardRunIndex built{};
+        built.runs = integrationStepRuns(built.runCount);
+        built.lowestExponent = binadeOf(kIntegrationStep);
+        built.lowestBinadeStart = std::ldexp(1.0, built.lowestExponent);
+        const int highest = binadeOf(stallDistance(kIntegrationStep));
+        int r = 0;
+        for (int e = built.lowestExponent; e <= highest; ++e) {
+            while (r + 1 < built.runCount && built.runs[r].last < std::ldexp(1.0, e)) ++r;
+            built.firstByBinade.push_back(r);
+        }
+        return built;
+    }();
+    return index;
+}
+
+LastRun lastRunAt(double s) {
+    const StandardRunIndex& index = standardRunIndex();
+    const int binade = s >= index.lowestBinadeStart ? binadeOf(s) : index.lowestExponent - 1;
+    const DistanceRun* run =
+        index.runs +
+        (binade < index.lowestExponent
+             ? 0
+             : index.firstByBinade[static_cast<std::size_t>(binade - index.lowestExponent)]);
+    while (!(run->last > s)) ++run;  // s < stall: the terminal run ends beyond every s
+    const std::int64_t steps = run->first + valuesNotAbove(*run, s);
+    if (steps - 1 < run->first) --run;  // t_(n-1) closes the run before
+    return {run, static_cast<std::size_t>(run - index.runs), steps};
+}
+
+// S_i = t_0 + ... + t_(i-1) for an index i whose t_(i-1) lies in `run` or which is the run's
+// first index, in double: about 1e-16 of S, 1e-16 rad once multiplied by the ramp.
+double distanceSumTo(const DistanceRun& run, std::int64_t index) {
+    const auto j = static_cast<double>(index - run.first);
+    return static_cast<double>(run.sumBefore) + j * run.start + run.increment * j * (j - 1) / 2;
 }
 
 // The quadratic phase of the steps from index `index` of `run` on: theta_(index+m) = alpha +
 // beta m + gamma m^2 while t stays in the run, with S and t at `index` exact as in totalsAt.
 struct Phase {
     long double alpha;
-    long double beta;
-    long double gamma;
+    double beta;
+    double gamma;
 };
 
 Phase phaseFrom(const DistanceRun& run, std::int64_t index, long double b0, const TurnRates& r) {
@@ -236,20 +299,53 @@ Phase phaseFrom(const DistanceRun& run, std::int64_t index, long double b0, cons
     const long double t = run.start + jl * run.increment;
     const long double gamma = r.ramp * run.increment / 2;
     return {b0 + r.turn * static_cast<long double>(index) + r.ramp * distanceSum,
-            r.turn + r.ramp * t - gamma, gamma};
+            static_cast<double>(r.turn + r.ramp * t - gamma), static_cast<double>(gamma)};
+}
+
+// Whether a curved record has the standard step, finite rates, and a finite positive length.
+bool standardCurve(const RoadCurve& curve, const TurnRates& rates) {
+    return curve.curveType != 0 && curve.integrationStep == kIntegrationStep &&
+           std::isfinite(rates.turn) && std::isfinite(rates.ramp) && curve.length > 0 &&
+           curve.length < stallDistance(kIntegrationStep);
+}
+
+// Whether the closed form holds over any stretch between two checkpoints of a clothoid (the
+// turn per step stays far below a radian for any radius above a few dozen steps).
+bool checkpointsHold(const RoadCurve& curve, const TurnRates& rates) {
+    const double rampPerStep = static_cast<double>(std::fabs(rates.ramp) * kIntegrationStep);
+    const double maxTurn = static_cast<double>(
+        std::max(std::fabs(rates.turn), std::fabs(rates.turn + rates.ramp * curve.length)));
+    return closedFormHolds(maxTurn + rampPerStep, 2 * rampPerStep,
+                           static_cast<double>(PreparedCurve::kCheckpointSteps),
+                           kShortcutBudget / kIntegrationStep);
 }
 
 }  // namespace
 
 PreparedCurve::PreparedCurve(const RoadCurve& curve) {
     const TurnRates rates = turnRates(curve);
-    if (!preparable(curve, rates)) return;
+    if (!standardCurve(curve, rates)) return;
+    if (rates.ramp == 0) {
+        // An arc: one geometric sum whose denominator sin(turn / 2) is fixed. A turn of more
+        // than a right angle per step (a radius below a step) is left to integrateCurve,
+        // which first removes whole turns from it.
+        if (!(std::fabs(rates.turn) < kHalfPi)) return;
+        kind_ = Kind::kArc;
+        turn_ = static_cast<double>(rates.turn);
+        arcPerHalfTurnSine_ = 1 / std::sin(turn_ / 2);
+        arcStartPhase_ = std::polar(1.0, reducedAngle(curve.startBearing + rates.turn / 2));
+        return;
+    }
+    if (!checkpointsHold(curve, rates)) return;
+    kind_ = Kind::kClothoid;
+    turn_ = static_cast<double>(rates.turn);
+    ramp_ = static_cast<double>(rates.ramp);
     int runCount = 0;
     const DistanceRun* runs = integrationStepRuns(runCount);
     const double tolerance = kShortcutBudget / kIntegrationStep;
     const long double b0 = curve.startBearing;
-    // The running sum in long double: a few hundred stretches add no visible rounding. It
-    // starts at -e^(i b0): the sum runs from j = 0, and the point wants j = 1 .. n.
+    // The running sum of e^(i theta_j) in long double: a few hundred stretches add no visible
+    // rounding. It starts at -e^(i b0), as the point wants j = 1 .. n and the sums run from 0.
     const std::complex<double> startTerm = std::polar(1.0, curve.startBearing);
     long double sumX = -startTerm.real();
     long double sumY = -startTerm.imag();
@@ -259,8 +355,15 @@ PreparedCurve::PreparedCurve(const RoadCurve& curve) {
         runFirst_.push_back(static_cast<std::int32_t>(sums_.size()));
         for (std::int64_t j = 0; j < run.count; j += kCheckpointSteps) {
             if (run.start + static_cast<double>(j) * run.increment > curve.length) break;
-            sums_.emplace_back(static_cast<double>(sumX), static_cast<double>(sumY));
+            // Stored with the start terms of Euler-Maclaurin for a stretch from here, so that a
+            // query adds only the terms at its own end.
             const Phase phase = phaseFrom(run, run.first + j, b0, rates);
+            const std::complex<double> startPhase = std::polar(1.0, reducedAngle(phase.alpha));
+            const std::complex<double> start =
+                quadraticPhaseStartTerms(startPhase, phase.beta, phase.gamma);
+            sums_.emplace_back(static_cast<double>(sumX + start.real()),
+                               static_cast<double>(sumY + start.imag()));
+            phases_.push_back(startPhase);
             const std::complex<double> stretch =
                 quadraticPhaseSum(phase.alpha, phase.beta, phase.gamma,
                                   std::min(kCheckpointSteps, run.count - j), tolerance, true);
@@ -272,36 +375,45 @@ PreparedCurve::PreparedCurve(const RoadCurve& curve) {
 }
 
 CurvePoint PreparedCurve::at(const RoadCurve& curve, double s) const {
-    if (sums_.empty() || !(s >= 0) || !(s <= curve.length)) {
+    if (kind_ == Kind::kUnprepared || !(s >= 0) || !(s <= curve.length)) {
         return integrateCurve(curve, s, curve.startCurvature, curve.endCurvature, curve.length,
                               curve.integrationStep);
     }
-    int runCount = 0;
-    const DistanceRun* runs = integrationStepRuns(runCount);
-    const DistanceRun* run = std::partition_point(
-        runs, runs + runCount, [s](const DistanceRun& each) { return !(each.last > s); });
-    const StepTotals totals = totalsAt(*run, s);
-    // The last term of the sum, index n - 1, may close the run before.
-    const std::int64_t lastTerm = totals.steps - 1;
-    if (lastTerm < run->first) --run;
-    const auto r = static_cast<std::size_t>(run - runs);
-    const std::int64_t checkpoint = (lastTerm - run->first) / kCheckpointSteps;
-    const std::size_t slot = static_cast<std::size_t>(runFirst_[r] + checkpoint);
-    const std::int64_t index = run->first + checkpoint * kCheckpointSteps;
-
-    const TurnRates rates = turnRates(curve);
-    const long double b0 = curve.startBearing;
-    const Phase phase = phaseFrom(*run, index, b0, rates);
-    const double tolerance = kShortcutBudget / kIntegrationStep;
-    std::complex<double> sum =
-        sums_[slot] + quadraticPhaseSum(phase.alpha, phase.beta, phase.gamma, totals.steps - index,
-                                        tolerance, true);
-    const long double bearing =
-        b0 + rates.turn * static_cast<long double>(totals.steps) + rates.ramp * totals.distanceSum;
-    sum += std::polar(1.0, reducedAngle(bearing));
+    // In double throughout: phases of up to hundreds of radians carry about 1e-14 rad, which
+    // moves a point by less than 1e-11 over a kilometre (within the 1e-9 of the exact sum).
+    const LastRun last = lastRunAt(s);
+    const auto steps = static_cast<double>(last.steps);
+    const double b0 = curve.startBearing;
     const double step = kIntegrationStep;
-    return {curve.startX + step * sum.real(), curve.startY + step * sum.imag(),
-            static_cast<double>(bearing)};
+    if (kind_ == Kind::kArc) {
+        // theta_i = b0 + turn i for i = 1 .. n: the sum is e^(i(b0 + turn/2)) e^(i X) sin X /
+        // sin(turn/2) with X = turn n/2, a ratio of sines that loses nothing for a nearly
+        // straight arc, and one sine and cosine.
+        const double half = turn_ * steps / 2;
+        const double sine = std::sin(half);
+        const double ratio = turn_ == 0 ? steps : sine * arcPerHalfTurnSine_;
+        const std::complex<double> sum =
+            ratio * std::complex<double>(
+                        arcStartPhase_.real() * std::cos(half) - arcStartPhase_.imag() * sine,
+                        arcStartPhase_.real() * sine + arcStartPhase_.imag() * std::cos(half));
+        return {curve.startX + step * sum.real(), curve.startY + step * sum.imag(),
+                b0 + turn_ * steps};
+    }
+    // The stored sum up to the checkpoint before t_(n-1), then the stretch from there to n - 1
+    // (at most kCheckpointSteps terms of one run) and theta_n itself.
+    const DistanceRun& run = *last.run;
+    const std::int64_t checkpoint = (last.steps - 1 - run.first) / kCheckpointSteps;
+    const std::int64_t index = run.first + checkpoint * kCheckpointSteps;
+    const auto j = static_cast<double>(index - run.first);
+    const double gamma = ramp_ * run.increment / 2;
+    const double beta = turn_ + ramp_ * (run.start + j * run.increment) - gamma;
+    const auto slot = static_cast<std::size_t>(runFirst_[last.runIndex] + checkpoint);
+    std::complex<double> endPhase;
+    const std::complex<double> sum =
+        sums_[slot] +
+        quadraticPhaseEndTerms(phases_[slot], beta, gamma, last.steps - index, endPhase) + endPhase;
+    const double bearing = b0 + turn_ * steps + ramp_ * distanceSumTo(run, last.steps);
+    return {curve.startX + step * sum.real(), curve.startY + step * sum.imag(), bearing};
 }
 
 CurvePoint pointOnElement(const RoadCurve& element, const PreparedCurve& prepared, double s) {
