@@ -265,3 +265,35 @@ TEST(PreparedEvaluation, BuilderQueryAndElementTableAgreeBitForBit) {
         EXPECT_EQ(middle.y, y);
     }
 }
+
+// Records the checkpoints do not serve answer exactly as the evaluator itself, at once: a
+// clothoid far longer than any design, another step, a zero length, NaN or infinite
+// curvature, and an arc turning more than a right angle per step.
+TEST(PreparedEvaluation, RecordsLeftUnpreparedAnswerAsTheExactEvaluator) {
+    const auto record = [](double length, double k1, double k2, double h) {
+        RoadCurve curve = startAt(10, 20, 0.5, 1);
+        curve.curveType = 4;
+        curve.length = length;
+        curve.startCurvature = k1;
+        curve.endCurvature = k2;
+        curve.integrationStep = h;
+        return curve;
+    };
+    const double nan = std::nan("");
+    const RoadCurve rows[] = {record(1e9, 0, 1e-3, kStep), record(100, 0, 1e-2, kDrawingStep),
+                              record(0, 0, 1e-2, kStep),   record(100, nan, 1e-2, kStep),
+                              record(100, 0, kInf, kStep), record(10, 2e4, 2e4, kStep)};
+    const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+    for (const RoadCurve& curve : rows) {
+        const rcc::PreparedCurve prepared(curve);
+        for (const double s : {0.0, 3.5, curve.length}) {
+            const CurvePoint fast = prepared.at(curve, s);
+            const CurvePoint reference =
+                integrateCurve(curve, s, curve.startCurvature, curve.endCurvature, curve.length,
+                               curve.integrationStep);
+            EXPECT_TRUE(same(fast.x, reference.x) && same(fast.y, reference.y) &&
+                        same(fast.bearing, reference.bearing))
+                << curve.length << " " << curve.startCurvature << " " << s;
+        }
+    }
+}

@@ -104,6 +104,8 @@ public:
     /// integrateCurve on the record's own fields at distance s from the start.
     CurvePoint at(const RoadCurve& curve, double s) const;
 
+    /// Longest clothoid given checkpoints, in length units: 12,000 checkpoints, 400 kB.
+    static constexpr double kMaxPreparedLength = 20000;
     /// Steps between two checkpoints inside one run: a stretch of at most 1.6 length units
     /// at step 1e-4, short enough for the closed form's centred series.
     static constexpr std::int64_t kCheckpointSteps = std::int64_t{1} << 14;

@@ -29,9 +29,9 @@ std::int64_t valuesNotAbove(const DistanceRun& run, double s) {
     if (run.first == 0 || !(run.increment > 0)) return 1;  // s < t_1 = step, or the terminal run
     // s lies in the run's binade, so s - start is exact and a multiple of the spacing, and so
     // is m * increment for every whole m up to the run's count. The rounded quotient (taken
-    // with the rounded reciprocal, a product being quicker than a division) may miss the
-    // whole number below it by one either way; the exact products tell.
-    // Both are non-negative, so truncation is the floor.
+    // with the rounded reciprocal, a product being quicker than a division, and truncated,
+    // which is the floor of a non-negative value) may miss the whole number below it by one
+    // either way; the exact products tell.
     const double room = s - run.start;
     auto whole = static_cast<std::int64_t>(room * run.perIncrement);
     if (static_cast<double>(whole) * run.increment > room) {
@@ -336,7 +336,9 @@ PreparedCurve::PreparedCurve(const RoadCurve& curve) {
         arcStartPhase_ = std::polar(1.0, reducedAngle(curve.startBearing + rates.turn / 2));
         return;
     }
-    if (!checkpointsHold(curve, rates)) return;
+    // A clothoid longer than any in a design keeps no checkpoints (about 20 bytes a metre);
+    // integrateCurve serves it.
+    if (!(curve.length <= kMaxPreparedLength) || !checkpointsHold(curve, rates)) return;
     kind_ = Kind::kClothoid;
     turn_ = static_cast<double>(rates.turn);
     ramp_ = static_cast<double>(rates.ramp);
