@@ -263,6 +263,15 @@ TEST(AlignmentSearch, FindsTheFirstHolderInStoredOrderOnUnsortedListsAndNaN) {
         EXPECT_EQ(r.isDKOnAlignment(std::to_string(dk)), expected >= 0) << dk;
         EXPECT_EQ(y, expected >= 0 ? 1000.0 * expected : list.back().endY) << dk;
     };
+    // Ascending but overlapping: each range reaches 60 ranges on, so the first holder lies
+    // far before the last range started.
+    RoadCurvesCalculation overlapping;
+    std::vector<RoadCurve> overlappingElements;
+    for (int i = 0; i < 300; ++i) {
+        overlappingElements.push_back(taggedLine(i, 2.0 * i, 2.0 * i + 120 + (i / 50) * 7));
+        overlapping.addRoadCurves(overlappingElements.back());
+    }
     for (double dk = -50; dk <= 800; dk += 12.5) check(route, elements, dk);
+    for (double dk = -5; dk <= 1000; dk += 1.25) check(overlapping, overlappingElements, dk);
     for (double dk = -2000; dk <= 6000; dk += 7) check(mixed, mixedElements, dk);
 }

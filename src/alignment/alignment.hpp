@@ -24,18 +24,17 @@ inline bool continuesRun(double previousStart, double previousEnd, double start,
 
 /// The first index i, in stored order, with start(i) <= value <= end(i); `count` for none.
 /// `runs` holds the first index of each ascending run of the `count` ranges. Inside a run the
-/// ranges starting at or before `value` form a prefix and, among them, those ending before
-/// it another prefix, so two bisections find the run's first match. A list that is not
+/// ranges starting at or before `value` form a prefix, found by bisection, and among them
+/// those ending before it another prefix, found by galloping back from the prefix's last
+/// range (the holder is nearly always that one or its neighbour). A list that is not
 /// ascending splits into one-element runs: the plain scan in stored order.
 template <class StartOf, class EndOf>
 std::size_t firstHolding(const std::vector<std::size_t>& runs, std::size_t count, double value,
                          StartOf startOf, EndOf endOf) {
     for (std::size_t r = 0; r < runs.size(); ++r) {
         const std::size_t first = runs[r];
-        const std::size_t last = r + 1 < runs.size() ? runs[r + 1] : count;
-        // Bisection on indices: the predicates are monotone inside a run.
         std::size_t low = first;
-        std::size_t high = last;
+        std::size_t high = r + 1 < runs.size() ? runs[r + 1] : count;
         while (low < high) {  // first index whose start lies after value
             const std::size_t mid = low + (high - low) / 2;
             if (startOf(mid) <= value) {
@@ -44,10 +43,20 @@ std::size_t firstHolding(const std::vector<std::size_t>& runs, std::size_t count
                 high = mid;
             }
         }
-        const std::size_t started = low;
-        low = first;
-        high = started;
-        while (low < high) {  // first started index whose end reaches value
+        // The last range started at or before value ends the highest: none of the run holds
+        // value unless it does (written so that a NaN end fails).
+        if (low == first || !(value <= endOf(low - 1))) continue;
+        high = low - 1;  // ends at or after value
+        low = first;     // every range before low ends before value
+        for (std::size_t stride = 1; low < high; stride *= 2) {
+            const std::size_t probe = high - low > stride ? high - stride : low;
+            if (endOf(probe) < value) {
+                low = probe + 1;
+                break;
+            }
+            high = probe;
+        }
+        while (low < high) {
             const std::size_t mid = low + (high - low) / 2;
             if (endOf(mid) < value) {
                 low = mid + 1;
@@ -55,8 +64,7 @@ std::size_t firstHolding(const std::vector<std::size_t>& runs, std::size_t count
                 high = mid;
             }
         }
-        // endOf(low) >= value, written as a test that fails for NaN ends.
-        if (low < started && value <= endOf(low)) return low;
+        return high;
     }
     return count;
 }
