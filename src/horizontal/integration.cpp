@@ -224,17 +224,6 @@ struct LastRun {
     std::int64_t steps;
 };
 
-// The standard step's runs with, for each binade [2^e, 2^(e+1)) from that of the step on, the
-// first run that ends at or beyond 2^e: the run holding any s of the binade is at most a
-// step or two further on.
-struct StandardRunIndex {
-    const DistanceRun* runs;
-    int runCount;
-    int lowestExponent;
-    double lowestBinadeStart;  ///< 2^lowestExponent
-    std::vector<int> firstByBinade;
-};
-
 // The binade exponent of a positive normal double, from its bits.
 int binadeOf(double value) {
     constexpr int kExponentBias = 1023;
@@ -245,6 +234,27 @@ int binadeOf(double value) {
     return static_cast<int>((bits >> kFractionBits) & kExponentMask) - kExponentBias;
 }
 
+// The standard step's runs indexed by binade [2^e, 2^(e+1)), from that of the step up to
+// that of the stall distance (54 binades). For each: the first run that ends at or beyond
+// 2^e (the run holding any s of the binade is at most a step or two further on) and, when
+// the binade holds the start of exactly one run, that run, which then holds every s from its
+// start to the binade's top: the step count there is one product and two checks.
+constexpr int kMaxBinades = 64;
+
+struct BinadeEntry {
+    int firstEnding;  ///< index of the first run with last >= 2^e
+    int onlyRun;      ///< index of the one run starting in the binade, or -1
+};
+
+struct StandardRunIndex {
+    const DistanceRun* runs;
+    int runCount;
+    int lowestExponent;
+    double lowestBinadeStart;  ///< 2^lowestExponent
+    int binadeCount;
+    BinadeEntry binades[kMaxBinades];
+};
+
 const StandardRunIndex& standardRunIndex() {
     static const StandardRunIndex index = [] {
         StandardRunIndex built{};
@@ -252,10 +262,20 @@ const StandardRunIndex& standardRunIndex() {
         built.lowestExponent = binadeOf(kIntegrationStep);
         built.lowestBinadeStart = std::ldexp(1.0, built.lowestExponent);
         const int highest = binadeOf(stallDistance(kIntegrationStep));
+        built.binadeCount = std::min(highest - built.lowestExponent + 1, kMaxBinades);
         int r = 0;
-        for (int e = built.lowestExponent; e <= highest; ++e) {
-            while (r + 1 < built.runCount && built.runs[r].last < std::ldexp(1.0, e)) ++r;
-            built.firstByBinade.push_back(r);
+        for (int k = 0; k < built.binadeCount; ++k) {
+            const double bottom = std::ldexp(1.0, built.lowestExponent + k);
+            while (r + 1 < built.runCount && built.runs[r].last < bottom) ++r;
+            int starting = 0;
+            int only = -1;
+            for (int q = r; q < built.runCount && built.runs[q].start < 2 * bottom; ++q) {
+                if (built.runs[q].start >= bottom) {
+                    ++starting;
+                    only = q;
+                }
+            }
+            built.binades[k] = {r, starting == 1 && built.runs[only].count > 1 ? only : -1};
         }
         return built;
     }();
@@ -264,12 +284,17 @@ const StandardRunIndex& standardRunIndex() {
 
 LastRun lastRunAt(double s) {
     const StandardRunIndex& index = standardRunIndex();
-    const int binade = s >= index.lowestBinadeStart ? binadeOf(s) : index.lowestExponent - 1;
-    const DistanceRun* run =
-        index.runs +
-        (binade < index.lowestExponent
-             ? 0
-             : index.firstByBinade[static_cast<std::size_t>(binade - index.lowestExponent)]);
+    const DistanceRun* run = index.runs;
+    if (s >= index.lowestBinadeStart) {
+        const int k = binadeOf(s) - index.lowestExponent;
+        const BinadeEntry& entry = index.binades[std::min(k, index.binadeCount - 1)];
+        if (entry.onlyRun >= 0 && s >= index.runs[entry.onlyRun].start) {
+            const DistanceRun& only = index.runs[entry.onlyRun];
+            return {&only, static_cast<std::size_t>(entry.onlyRun),
+                    only.first + valuesNotAbove(only, s)};
+        }
+        run += entry.firstEnding;
+    }
     while (!(run->last > s)) ++run;  // s < stall: the terminal run ends beyond every s
     const std::int64_t steps = run->first + valuesNotAbove(*run, s);
     if (steps - 1 < run->first) --run;  // t_(n-1) closes the run before
