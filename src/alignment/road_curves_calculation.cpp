@@ -84,7 +84,6 @@ void RoadCurvesCalculation::addRoadCurves(RoadCurve curve) {
 }
 
 void RoadCurvesCalculation::elementsAppended(std::size_t first) {
-    elementKeys.reserve(elements.size());
     for (std::size_t i = first; i < elements.size(); ++i) {
         const RoadCurve& element = elements[i];
         // The query measures from the start's six-decimal text, mark included.
@@ -98,7 +97,6 @@ void RoadCurvesCalculation::elementsAppended(std::size_t first) {
 }
 
 void RoadCurvesCalculation::piecesAppended(std::size_t first) {
-    pieceKeys.reserve(verticalCurves.size());
     for (std::size_t i = first; i < verticalCurves.size(); ++i) {
         // Both texts were read when the piece was laid, so reading them again cannot throw.
         const RoadVerticalCurve& piece = verticalCurves[i];
