@@ -171,6 +171,18 @@ TextRead runReadingDK(Call&& call) {
     }
 }
 
+// ---- Readers' messages ------------------------------------------------------------------
+
+/// Longest reader message in bytes: a few hundred characters, each up to four bytes of UTF-8
+/// or of an escape such as \x1b.
+constexpr std::size_t kMaxMessageBytes = 1300;
+
+/// A reader's refusal is one line of bounded length, whatever the input held.
+inline void checkOneLineMessage(const std::string& message) {
+    RCC_FUZZ_CHECK(message.find_first_of("\n\r") == std::string::npos);
+    RCC_FUZZ_CHECK(message.size() <= kMaxMessageBytes);
+}
+
 // ---- Bitwise comparison -----------------------------------------------------------------
 
 /// Same bits: NaN equals the same NaN and -0.0 differs from 0.0. Results must be

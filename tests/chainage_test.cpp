@@ -137,7 +137,9 @@ TEST(LongChain, AStartAheadOfTheBreakComesBackMarkedInTheRepeatedStretch) {
                                {"1050", 60, "01010.000000"},
                                {"01050", 20, "01070.000000"},
                                {"01050", 60, "1110.000000"},
-                               {"900", -50, "850.000000"}});
+                               {"900", -50, "850.000000"},
+                               // past the whole repeated stretch: 1200 - 100, first pass again
+                               {"900", 300, "1100.000000"}});
 }
 
 TEST(LongChain, CountsTheRepeatedStretchTwice) {
@@ -149,7 +151,9 @@ TEST(LongChain, CountsTheRepeatedStretchTwice) {
                                    {"1050", "01020", 70},
                                    {"01050", "1150", 100},
                                    {"1050", "01050", 100},  // both occurrences of one number
-                                   {"1050", "1020", -1.0}});
+                                   {"1050", "1020", -1.0},
+                                   // both past the break: the stretch lies behind them
+                                   {"1100", "1150", 50}});
 }
 
 TEST(LongChain, AMarkedStartIsNeverReducedByALaterLongChain) {

@@ -130,6 +130,27 @@ TEST(DesignChains, OutlinesGiveTheExpectedElementChains) {
     }
 }
 
+// An outline standing far from the origin (a projected northing) sorts as at the origin:
+// the lowest level is searched among the items, not from 0. Straights only, so exact.
+TEST(DesignChains, AnOutlineAtANorthingOf3500kmGivesTheSameRunsShifted) {
+    constexpr double kNorth = 3.5e6;
+    const auto up = [](DesignCruveInPut i) {
+        return DesignCruveInPut{i.x1, i.y1 + kNorth, i.x2, i.y2 + kNorth, i.radius};
+    };
+    const auto upExpected = [](Expected e) {
+        return Expected{e.sx, e.sy + kNorth, e.ex, e.ey + kNorth, e.startDK, e.endDK, e.turn};
+    };
+    const DesignCruveInPut flatCrown{-5, 3, 5, 3, 0};
+    const Expected crownRun{-5, 3, 5, 3, 3, 13, 0};
+    RoadCurvesCalculation left, right, base;
+    EXPECT_EQ(analysisDesignCurves({up(kBase), up(kLeftWall), up(kRightWall), up(flatCrown)}, left,
+                                   right, base),
+              0);
+    expectChain(left.getRoadCruves(), {upExpected(kLeftUp), upExpected(crownRun)});
+    expectChain(right.getRoadCruves(), {upExpected(kRightUp)});
+    expectChain(base.getRoadCruves(), {upExpected(kBaseLine)});
+}
+
 TEST(DesignOutputs, LaterCallsAppendFromChainageZeroAndAnEmptyListTouchesNothing) {
     RoadCurvesCalculation left, right, base;
     const Items arch{kBase, kLeftWall, kRightWall, kCrown};

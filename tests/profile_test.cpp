@@ -110,8 +110,9 @@ TEST(ProfileConversion, CarriesMarksAcrossALongChain) {
         piecesOf(route),
         (std::vector<std::string>{"900 01040.000000 0 0", "01040.000000 01080.000000 5 -1",
                                   "01080.000000 1120.000000 6 -1", "1120.000000 1300.000000 0 0"}));
-    // 102.4 + 0.2 - 20^2/8000 before the marked point; 102.8 - 0.3 - 10^2/8000; the end point.
-    expectElevations(route, {"01060", "1110", "1300"}, {102.55, 102.4875, 100.6});
+    // 102.4 + 0.2 - 20^2/8000 before the marked point; 102.8 - 0.3 - 10^2/8000; the end point;
+    // the second 1020 is 220 along the first line: 100 + 0.01 * 220 (the first is 120).
+    expectElevations(route, {"01060", "1110", "1300", "01020"}, {102.55, 102.4875, 100.6, 102.2});
 }
 
 TEST(ProfileConversion, LaysWhatFitsAndLeavesEverythingUntouchedWhenRefusedOrIdle) {

@@ -14,6 +14,11 @@ constexpr double kStepBearing = 2e-5;
 /// Bearing round-off of closed forms (radians).
 constexpr double kAngle = 1e-12;
 
+/// A foot of the route's projection against dense sampling of the same evaluation, in
+/// length and offset: both name the same evaluated point, up to one fine integration step
+/// where elements meet (length units).
+constexpr double kProjectionExact = 1e-4;
+
 /// Fixed-step evaluation of a drawing arc (step 0.01) against the true arc of radius 5: up
 /// to one step past the asked distance, plus the half-step bearing lead (0.001 rad) swung
 /// over a chord of about 7 (length units).

@@ -31,14 +31,11 @@ constexpr double kTargetSamples = 1200.0;
 constexpr double kMaxSpacing = 10.0;
 constexpr int kMinSamplesPerElement = 4;
 constexpr int kMaxTicks = 24;
+constexpr std::size_t kMaxTicksDrawn = 10000;  // labels beyond this only blacken the plan
 constexpr double kMaxGridLines = 8;
 constexpr double kNiceTicks[] = {10, 20, 50, 100, 200, 500, 1000, 2000, 5000, 10000, 20000};
-constexpr int kLine = 0;
-constexpr int kArc = 1;
-constexpr int kInTransition = 2;
-constexpr int kOutTransition = 3;
-constexpr int kFirstHalf = 5;
-constexpr int kSecondHalf = 6;
+using qv::route::ElementKind;
+using qv::route::Route;
 
 struct Colour {
     double r, g, b;
@@ -56,13 +53,13 @@ constexpr Colour kText{0.10, 0.10, 0.10};
 constexpr Colour kGrid{0.88, 0.88, 0.88};
 
 Colour elementColour(int curveType) {
-    switch (curveType) {
-        case kLine:
+    switch (static_cast<ElementKind>(curveType)) {
+        case ElementKind::Line:
             return kStraight;
-        case kArc:
+        case ElementKind::Arc:
             return kArcColour;
-        case kInTransition:
-        case kOutTransition:
+        case ElementKind::InTransition:
+        case ElementKind::OutTransition:
             return kTransition;
         default:
             return kCompound;
@@ -81,6 +78,17 @@ struct Frame {
     double px(double x) const { return left + (x - x0) * scale; }
     double py(double y) const { return bottom - (y - y0) * scale; }
 };
+
+// A plan position as drawn: east to the right, north up, and a direction counter-clockwise
+// from east. In the NE frame x is the northing and bearings are azimuths clockwise from
+// north, so the plan is north up there too.
+struct PlanPosition {
+    double east, north, angle;
+};
+PlanPosition onPlan(const Route& route, double x, double y, double bearing = 0.0) {
+    if (route.description().frame == qv::route::Frame::NE) return {y, x, M_PI / 2 - bearing};
+    return {x, y, bearing};
+}
 
 void setColour(cairo_t* cr, Colour c) { cairo_set_source_rgb(cr, c.r, c.g, c.b); }
 
@@ -108,32 +116,25 @@ void dot(cairo_t* cr, double x, double y, double r, Colour c) {
 }
 
 std::vector<Sample> sampleRoute(const Route& route) {
-    const double spacing = std::min(kMaxSpacing, route.totalLength / kTargetSamples);
+    const double spacing = std::min(kMaxSpacing, route.length() / kTargetSamples);
     std::vector<Sample> samples;
     std::size_t total = 0;
-    for (const RoadCurve& e : route.elements) {
+    for (const RoadCurve& e : route.elements()) {
         total +=
             static_cast<std::size_t>(std::max<double>(kMinSamplesPerElement, e.length / spacing));
     }
     Progress progress("draw", total);
-    for (std::size_t i = 0; i < route.elements.size(); ++i) {
-        const double length = route.elements[i].length;
+    for (std::size_t i = 0; i < route.elements().size(); ++i) {
+        const double length = route.elements()[i].length;
         const int n =
             std::max(kMinSamplesPerElement, static_cast<int>(std::ceil(length / spacing)));
         for (int k = 0; k <= n; ++k) {
             progress.update(samples.size());
-            Sample s{route.elementStart[i] + length * k / n,
-                     0,
-                     0,
-                     0,
-                     std::numeric_limits<double>::quiet_NaN(),
-                     static_cast<int>(i),
-                     false};
-            const std::string dk = chainageAtLength(route, s.length);
-            s.bearing = route.calc.calculateCoordinatesAndBearing(dk, s.x, s.y, s.z);
-            requireFinite(route, s.length, dk, {s.x, s.y, s.bearing});
-            s.hasZ = !std::isnan(s.z);
-            samples.push_back(s);
+            const double at = route.elementStart(i) + length * k / n;
+            const qv::route::RoutePoint p = route.pointAtLength(at);
+            const PlanPosition q = onPlan(route, p.x, p.y, p.bearing);
+            samples.push_back({at, q.east, q.north, q.angle, p.elevation, static_cast<int>(i),
+                               !std::isnan(p.elevation)});
         }
     }
     return samples;
@@ -147,11 +148,26 @@ double pickTick(double total, double requested) {
     return kNiceTicks[std::size(kNiceTicks) - 1];
 }
 
-// Whole-metre chainage for labels: "K1+200" or "1200".
-std::string tickLabel(const Route& route, double length, const FormatOptions& format) {
+// Whole-metre station for labels: "K1+200" or "1200".
+std::string tickLabel(qv::route::Station station, const FormatOptions& format) {
     FormatOptions whole = format;
     whole.decimals = 0;
-    return formatChainage(chainageAtLength(route, length), whole);
+    return stationText(station, whole);
+}
+
+// Round stations at the tick interval in each numbering (the i-th computed from i).
+std::vector<qv::route::TableRow> ticks(const Route& route, double tick) {
+    qv::route::TableRequest request;
+    request.interval = tick;
+    request.horizontalKeyPoints = false;
+    std::vector<qv::route::TableRow> rows;
+    route.forEachTableRow(request,
+                          [&rows](const qv::route::TableRow& row) { rows.push_back(row); });
+    return rows;
+}
+
+std::string pointName(const std::string& name, const char* prefix, std::size_t i) {
+    return name.empty() ? prefix + std::to_string(i) : name;
 }
 
 void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& samples, double top,
@@ -164,7 +180,10 @@ void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& sample
         maxY = std::max(maxY, y);
     };
     for (const Sample& s : samples) extend(s.x, s.y);
-    for (const JDPoint& p : route.jdPoints) extend(p.x, p.y);
+    const auto& points = route.description().horizontal.points;
+    std::vector<PlanPosition> corners;  // the intersection points on the plan
+    for (const qv::route::IntersectionPoint& p : points) corners.push_back(onPlan(route, p.x, p.y));
+    for (const PlanPosition& p : corners) extend(p.east, p.north);
     Frame f;
     const double spanX = std::max(maxX - minX, 1.0);
     const double spanY = std::max(maxY - minY, 1.0);
@@ -176,13 +195,13 @@ void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& sample
     f.y0 = minY;
 
     // Tangent polygon and intersection points.
-    if (!route.jdPoints.empty()) {
+    if (!points.empty()) {
         const double dashes[] = {6.0, 4.0};
         cairo_set_dash(cr, dashes, 2, 0);
         cairo_set_line_width(cr, kThin);
         setColour(cr, kTangent);
         cairo_new_path(cr);
-        for (const JDPoint& p : route.jdPoints) cairo_line_to(cr, f.px(p.x), f.py(p.y));
+        for (const PlanPosition& p : corners) cairo_line_to(cr, f.px(p.east), f.py(p.north));
         cairo_stroke(cr);
         cairo_set_dash(cr, nullptr, 0, 0);
     }
@@ -191,28 +210,26 @@ void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& sample
     cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
     for (std::size_t i = 0; i < samples.size();) {
         const int element = samples[i].element;
-        setColour(cr, elementColour(route.elements[static_cast<std::size_t>(element)].curveType));
+        setColour(cr, elementColour(route.elements()[static_cast<std::size_t>(element)].curveType));
         cairo_new_path(cr);
         for (; i < samples.size() && samples[i].element == element; ++i) {
             cairo_line_to(cr, f.px(samples[i].x), f.py(samples[i].y));
         }
         cairo_stroke(cr);
     }
-    for (std::size_t i = 1; i + 1 < route.jdPoints.size(); ++i) {
-        const JDPoint& p = route.jdPoints[i];
-        dot(cr, f.px(p.x), f.py(p.y), kPointRadius, kPoint);
-        text(cr, f.px(p.x) + kPointRadius + 2, f.py(p.y) - kPointRadius - 2,
-             "JD" + std::to_string(i), kFontSize, kPoint);
+    for (std::size_t i = 1; i + 1 < points.size(); ++i) {
+        const qv::route::IntersectionPoint& p = points[i];
+        const PlanPosition& c = corners[i];
+        dot(cr, f.px(c.east), f.py(c.north), kPointRadius, kPoint);
+        text(cr, f.px(c.east) + kPointRadius + 2, f.py(c.north) - kPointRadius - 2,
+             pointName(p.name, "JD", i), kFontSize, kPoint);
     }
     // Chainage ticks across the line, labelled on the side of bearing - 90 degrees.
     cairo_set_line_width(cr, kThin * 1.5);
-    for (double at = 0; at <= route.totalLength + 1e-9; at += tick) {
-        const auto it = std::lower_bound(samples.begin(), samples.end(), at,
-                                         [](const Sample& s, double v) { return s.length < v; });
-        if (it == samples.end()) break;
-        double x = 0, y = 0, z = 0;
-        const std::string dk = chainageAtLength(route, at);
-        const double b = route.calc.calculateCoordinatesAndBearing(dk, x, y, z);
+    for (const qv::route::TableRow& row : ticks(route, tick)) {
+        const qv::route::RoutePoint p = route.pointAtLength(row.length);
+        const PlanPosition q = onPlan(route, p.x, p.y, p.bearing);
+        const double x = q.east, y = q.north, b = q.angle;
         // Page y points down, so the page normal of plan bearing b is (sin b, cos b).
         const double nx = std::sin(b), ny = std::cos(b);
         setColour(cr, kText);
@@ -221,22 +238,21 @@ void drawPlan(cairo_t* cr, const Route& route, const std::vector<Sample>& sample
         cairo_line_to(cr, f.px(x) + nx * kTickLength, f.py(y) + ny * kTickLength);
         cairo_stroke(cr);
         text(cr, f.px(x) + nx * (kTickLength + 3), f.py(y) + ny * (kTickLength + 3),
-             tickLabel(route, at, format), kSmallFont, kText, -b + M_PI / 2);
+             tickLabel(row.station, format), kSmallFont, kText, -b + M_PI / 2);
     }
     // Chainage breaks.
-    for (std::size_t c = 0; c < route.chains.size(); ++c) {
-        const double at = route.chainLength[c];
-        if (at < 0 || at > route.totalLength) continue;
-        double x = 0, y = 0, z = 0;
-        const double b =
-            route.calc.calculateCoordinatesAndBearing(chainageAtLength(route, at), x, y, z);
+    for (const qv::route::EquationInfo& e : route.equations()) {
+        if (!e.isBreak || e.length < 0 || e.length > route.length()) continue;
+        const qv::route::RoutePoint p = route.pointAtLength(e.length);
+        const PlanPosition q = onPlan(route, p.x, p.y, p.bearing);
+        const double x = q.east, y = q.north, b = q.angle;
         dot(cr, f.px(x), f.py(y), kPointRadius + 1, kBreak);
         // Along the line on the side away from the tick labels, never upside down.
         const double away = kTickLength + kSmallFont;
         text(cr, f.px(x) - std::sin(b) * away, f.py(y) - std::cos(b) * away,
-             std::string(route.chains[c].type == 1 ? "short chain " : "long chain ") +
-                 formatChainageValue(route.chains[c].beforeDK, format) + " = " +
-                 formatChainageValue(route.chains[c].afterDK, format),
+             std::string(e.equation.ahead > e.equation.back ? "short chain " : "long chain ") +
+                 stationText({e.equation.back, 1}, format) + " = " +
+                 stationText({e.equation.ahead, 1}, format),
              kSmallFont, kBreak, std::cos(b) < 0 ? M_PI - b : -b);
     }
     // Legend.
@@ -259,16 +275,17 @@ void drawProfile(cairo_t* cr, const Route& route, const std::vector<Sample>& sam
     const double left = kMargin, right = width - kMargin / 2;
     const double bottom = top + height - kMargin / 2;
     const double plotTop = top + kFontSize * 2;
-    const double hScale = (right - left) / std::max(route.totalLength, 1.0);
+    const double hScale = (right - left) / std::max(route.length(), 1.0);
     double minZ = std::numeric_limits<double>::infinity(), maxZ = -minZ;
     for (const Sample& s : samples) {
         if (!s.hasZ) continue;
         minZ = std::min(minZ, s.z);
         maxZ = std::max(maxZ, s.z);
     }
+    const auto& grades = route.description().profile;
     std::vector<double> bpLength;
-    for (const RoadVerticalCurvePoint& p : route.bpPoints) {
-        bpLength.push_back(route.calc.calculateLengthBetween2DKs(route.startDK, p.dk));
+    for (const qv::route::GradePoint& p : grades) {
+        bpLength.push_back(route.lengthAt(p.station).value_or(0.0));
         minZ = std::min(minZ, p.elevation);
         maxZ = std::max(maxZ, p.elevation);
     }
@@ -308,13 +325,14 @@ void drawProfile(cairo_t* cr, const Route& route, const std::vector<Sample>& sam
         cairo_stroke(cr);
         text(cr, 4, py(z) + 4, fixed(z, step < 1 ? 1 : 0), kSmallFont, kText);
     }
-    for (double at = 0; at <= route.totalLength + 1e-9; at += tick) {
+    for (const qv::route::TableRow& row : ticks(route, tick)) {
         setColour(cr, kGrid);
         cairo_new_path(cr);
-        cairo_move_to(cr, px(at), plotTop);
-        cairo_line_to(cr, px(at), bottom);
+        cairo_move_to(cr, px(row.length), plotTop);
+        cairo_line_to(cr, px(row.length), bottom);
         cairo_stroke(cr);
-        text(cr, px(at), bottom + 14, tickLabel(route, at, format), kSmallFont, kText, 0, true);
+        text(cr, px(row.length), bottom + 14, tickLabel(row.station, format), kSmallFont, kText, 0,
+             true);
     }
     // Grade lines through the grade-change points, dashed.
     const double dashes[] = {6.0, 4.0};
@@ -322,19 +340,17 @@ void drawProfile(cairo_t* cr, const Route& route, const std::vector<Sample>& sam
     setColour(cr, kTangent);
     cairo_new_path(cr);
     for (std::size_t i = 0; i < bpLength.size(); ++i) {
-        cairo_line_to(cr, px(bpLength[i]), py(route.bpPoints[i].elevation));
+        cairo_line_to(cr, px(bpLength[i]), py(grades[i].elevation));
     }
     cairo_stroke(cr);
     cairo_set_dash(cr, nullptr, 0, 0);
     // Design line: vertical curves coloured crest or sag, grade lines dark.
     std::vector<std::pair<double, double>> curveRanges;  // lengths of each vertical curve
     std::vector<bool> curveIsCrest;
-    for (const RoadVerticalCurve& piece : route.profile) {
-        if (piece.curveType != kFirstHalf && piece.curveType != kSecondHalf) continue;
-        curveRanges.emplace_back(
-            route.calc.calculateLengthBetween2DKs(route.startDK, piece.startDK),
-            route.calc.calculateLengthBetween2DKs(route.startDK, piece.endDK));
-        curveIsCrest.push_back(piece.concavity < 0);
+    for (const qv::route::VerticalCurveInfo& v : route.verticalCurves()) {
+        if (!v.hasCurve) continue;
+        curveRanges.emplace_back(v.startLength, v.endLength);
+        curveIsCrest.push_back(v.crest);
     }
     auto colourAt = [&](double length) {
         for (std::size_t k = 0; k < curveRanges.size(); ++k) {
@@ -353,14 +369,16 @@ void drawProfile(cairo_t* cr, const Route& route, const std::vector<Sample>& sam
         cairo_line_to(cr, px(samples[i].length), py(samples[i].z));
         cairo_stroke(cr);
     }
-    for (std::size_t i = 1; i + 1 < route.bpPoints.size(); ++i) {
-        const double x = px(bpLength[i]), y = py(route.bpPoints[i].elevation);
+    for (std::size_t i = 1; i + 1 < grades.size(); ++i) {
+        const double x = px(bpLength[i]), y = py(grades[i].elevation);
         dot(cr, x, y, kPointRadius, kPoint);
         // Above a crest's point, below a sag's, clear of the curve itself.
-        const bool sag = i - 1 < route.verticalCurves.size() &&
-                         route.verticalCurves[i - 1].grade2 > route.verticalCurves[i - 1].grade1;
-        text(cr, x, sag ? y + kFontSize + 6 : y - 10, "BP" + std::to_string(i), kFontSize, kPoint,
-             0, true);
+        bool sag = false;
+        for (const qv::route::VerticalCurveInfo& v : route.verticalCurves()) {
+            if (v.pointIndex == i) sag = v.grade2 > v.grade1;
+        }
+        text(cr, x, sag ? y + kFontSize + 6 : y - 10, pointName(grades[i].name, "BP", i), kFontSize,
+             kPoint, 0, true);
     }
     double ly = top + kFontSize;
     for (auto [name, colour] : {std::pair<const char*, Colour>{"grade line", kStraight},
@@ -374,16 +392,15 @@ void drawProfile(cairo_t* cr, const Route& route, const std::vector<Sample>& sam
     }
 }
 
-void drawAll(cairo_t* cr, const Route& route, const std::vector<Sample>& samples, double width,
-             double planHeight, double profileHeight, const DrawOptions& options,
-             const FormatOptions& format) {
+void drawAll(cairo_t* cr, const Route& route, const std::string& name,
+             const std::vector<Sample>& samples, double width, double planHeight,
+             double profileHeight, const DrawOptions& options, const FormatOptions& format) {
     setColour(cr, {1, 1, 1});
     cairo_paint(cr);
     cairo_select_font_face(cr, "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
-    const double tick = pickTick(route.totalLength, options.tick);
-    const std::string title = (route.name.empty() ? route.file : route.name) + "  -  " +
-                              fixed(route.totalLength, 1) + " m, from " +
-                              formatChainage(route.startDK, format);
+    const double tick = pickTick(route.length(), options.tick);
+    const std::string title = name + "  -  " + fixed(route.length(), 1) + " m, from " +
+                              stationText(route.startStation(), format);
     text(cr, width / 2, kTitleHeight * 0.7, title, kFontSize * 1.3, kText, 0, true);
     drawPlan(cr, route, samples, kTitleHeight, width, planHeight, tick, format);
     drawProfile(cr, route, samples, kTitleHeight + planHeight + kPanelGap, width, profileHeight,
@@ -397,8 +414,8 @@ bool endsWith(const std::string& s, const std::string& suffix) {
 
 }  // namespace
 
-void drawRoute(const Route& route, const std::string& path, const DrawOptions& options,
-               const FormatOptions& format) {
+void drawRoute(const Route& route, const std::string& title, const std::string& path,
+               const DrawOptions& options, const FormatOptions& format) {
     const bool svg = endsWith(path, ".svg");
     if (!svg && !endsWith(path, ".png")) {
         throw InputError(path + ": the drawing's file name must end in .png or .svg");
@@ -407,6 +424,18 @@ void drawRoute(const Route& route, const std::string& path, const DrawOptions& o
     constexpr int kMaxWidth = 10000;
     if (options.width < kMinWidth || options.width > kMaxWidth) {
         throw InputError("--width must lie between 400 and 10000");
+    }
+    if (!(options.tick >= 0) || !std::isfinite(options.tick)) {
+        throw InputError("--tick must be a positive length (or 0 for automatic)");
+    }
+    qv::route::TableRequest ticksRequest;
+    ticksRequest.interval = pickTick(route.length(), options.tick);
+    ticksRequest.horizontalKeyPoints = false;
+    const std::size_t tickCount = route.countTableRows(ticksRequest);
+    if (tickCount > kMaxTicksDrawn) {
+        throw InputError("--tick " + fixed(options.tick, 3) + " would draw " +
+                         std::to_string(tickCount) + " station ticks, more than the " +
+                         std::to_string(kMaxTicksDrawn) + " a drawing can hold");
     }
     const std::vector<Sample> samples = sampleRoute(route);
     const double width = options.width;
@@ -431,7 +460,8 @@ void drawRoute(const Route& route, const std::string& path, const DrawOptions& o
                 : cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(width),
                                              static_cast<int>(std::ceil(height)));
         cairo_t* cr = cairo_create(surface);
-        drawAll(cr, route, samples, width, planHeight, profileHeight, options, format);
+        drawAll(cr, route, route.description().name.empty() ? title : route.description().name,
+                samples, width, planHeight, profileHeight, options, format);
         cairo_destroy(cr);
         cairo_status_t status = cairo_surface_status(surface);
         if (status == CAIRO_STATUS_SUCCESS && !svg) {

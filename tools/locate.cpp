@@ -1,7 +1,8 @@
-// Chainage and offset of surveyed points, by the library's approach method from the start.
+// Station and offset of surveyed points by the route's projection, with the design
+// elevation at each foot.
 #include <cmath>
-#include <fstream>
 #include <iostream>
+#include <iterator>
 
 #include "commands.hpp"
 
@@ -9,99 +10,83 @@ namespace rcctool {
 
 namespace {
 
-// A foot this far (metres) behind the start tangent counts as before the start; the
-// approach method stops within its own tolerance of 0.001 of the true foot.
-constexpr double kBehindStart = 0.01;
+using qv::route::Foot;
+using qv::route::FootPlace;
 
-std::string trim(const std::string& s) {
-    const auto first = s.find_first_not_of(" \t\r");
-    if (first == std::string::npos) return "";
-    return s.substr(first, s.find_last_not_of(" \t\r") - first + 1);
+std::string placeText(FootPlace place, double maxOffset) {
+    switch (place) {
+        case FootPlace::OnRoute:
+            return "on route";
+        case FootPlace::BeforeStart:
+            return "before start";
+        case FootPlace::BeyondEnd:
+            return "beyond end";
+        case FootPlace::None:
+            return std::isinf(maxOffset) ? "no foot" : "no foot within " + fixed(maxOffset, 3);
+        case FootPlace::Invalid:
+            break;
+    }
+    return "invalid point (coordinates not finite)";
 }
 
 }  // namespace
 
-std::vector<PointToLocate> readPoints(const std::string& path) {
-    std::ifstream file;
-    std::istream* in = &std::cin;
-    const std::string shown = path == "-" ? "(standard input)" : path;
-    if (path != "-") {
-        file.open(path);
-        if (!file) throw InputError(path + ": cannot open the file");
-        in = &file;
+std::vector<qv::route::SurveyPoint> readPoints(const std::string& path,
+                                               qv::route::PointColumns columns,
+                                               const qv::route::Route& route) {
+    const qv::route::Frame frame = route.description().frame;
+    try {
+        if (path != "-") return qv::route::readPointFile(path, columns, frame);
+        const std::string text((std::istreambuf_iterator<char>(std::cin)),
+                               std::istreambuf_iterator<char>());
+        if (std::cin.bad()) throw InputError("(standard input): cannot read the points");
+        return qv::route::readPoints(text, "(standard input)", columns, frame);
+    } catch (const qv::route::ReadError& e) {
+        throw InputError(e.what());
     }
-    std::vector<PointToLocate> points;
-    std::string line;
-    bool firstRecord = true;
-    for (std::size_t number = 1; std::getline(*in, line); ++number) {
-        if (trim(line).empty() || trim(line)[0] == '#') continue;
-        // Fields with the column (1-based) at which each begins.
-        std::vector<std::pair<std::string, std::size_t>> fields;
-        std::size_t begin = 0;
-        for (;;) {
-            const std::size_t comma = line.find(',', begin);
-            fields.emplace_back(trim(line.substr(begin, comma - begin)), begin + 1);
-            if (comma == std::string::npos) break;
-            begin = comma + 1;
-        }
-        PointToLocate p;
-        const bool xOk = parseNumber(fields[0].first, p.x);
-        if (!xOk && firstRecord) {  // a header line
-            firstRecord = false;
-            continue;
-        }
-        firstRecord = false;
-        auto fail = [&](std::size_t field, const char* what) {
-            const std::size_t column =
-                field < fields.size() ? fields[field].second : line.size() + 1;
-            throw InputError(shown + ":" + std::to_string(number) + ":" + std::to_string(column) +
-                             ": expected " + what +
-                             (field < fields.size() ? ", found \"" + fields[field].first + "\""
-                                                    : std::string(", found the end of the line")));
-        };
-        if (!xOk) fail(0, "a finite number for x (lines are x,y or x,y,name)");
-        if (fields.size() < 2 || !parseNumber(fields[1].first, p.y)) {
-            fail(1, "a finite number for y (lines are x,y or x,y,name)");
-        }
-        if (fields.size() > 3) fail(3, "at most three fields (x,y,name)");
-        if (fields.size() == 3) p.name = fields[2].first;
-        points.push_back(p);
-    }
-    if (in->bad()) throw InputError(shown + ": cannot read the file");
-    return points;
 }
 
-Table locateTable(const Route& route, const std::vector<PointToLocate>& points,
-                  const FormatOptions& format) {
-    Table t;
-    t.addColumn("name", false);
-    for (const char* name : {"x", "y", "chainage", "length", "offset"}) t.addColumn(name);
-    t.addColumn("foot", false);
+void locate(const qv::route::Route& route, const std::vector<qv::route::SurveyPoint>& points,
+            const LocateOptions& options, const FormatOptions& format, RowSink& sink) {
     const int d = format.decimals;
+    std::vector<Column> columns = {{"name", false},
+                                   {xName(route.description().frame)},
+                                   {yName(route.description().frame)},
+                                   {"chainage"},
+                                   {"length"},
+                                   {"offset"},
+                                   {"foot", false},
+                                   {"elevation"},
+                                   {"dz"}};
+    sink.begin(columns);
     Progress progress("locate", points.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
         progress.update(i);
-        const PointToLocate& p = points[i];
-        std::string dk;
-        const double offset = route.calc.vdApproachMethod(route.startDK, p.x, p.y, dk);
-        const double length = route.calc.calculateLengthBetween2DKs(route.startDK, dk);
-        requireFinite(route, length, dk, {offset, length});
-        std::string foot = "on route";
-        if (!route.calc.isDKOnAlignment(dk)) {
-            foot = "beyond end";  // measured from the end tangent produced
-        } else if (dk == route.startDK) {
-            double sx = 0.0;
-            double sy = 0.0;
-            double unused = 0.0;
-            const double b = route.calc.calculateCoordinatesAndBearing(dk, sx, sy, unused);
-            if ((p.x - sx) * std::cos(b) + (p.y - sy) * std::sin(b) < -kBehindStart) {
-                foot = "before start";  // measured from the start point
-            }
+        const qv::route::SurveyPoint& p = points[i];
+        std::vector<Foot> feet;
+        if (options.all) {
+            feet = route.project(p.x, p.y, options.maxOffset);
+            if (feet.empty()) feet.push_back(route.locate(p.x, p.y, options.maxOffset));
+        } else {
+            feet.push_back(route.locate(p.x, p.y, options.maxOffset));
         }
-        t.rows.push_back({p.name, fixed(p.x, d), fixed(p.y, d), formatChainage(dk, format),
-                          fixed(length, d), fixed(offset, d), foot});
+        for (const Foot& foot : feet) {
+            const bool found = foot.place != FootPlace::None && foot.place != FootPlace::Invalid;
+            if (!found) {
+                sink.row({p.name, fixed(p.x, d), fixed(p.y, d), "", "", "",
+                          placeText(foot.place, options.maxOffset), "", ""});
+                continue;
+            }
+            const double design = route.elevationAtLength(foot.length);
+            const bool hasHeight = !std::isnan(p.z) && !std::isnan(design);
+            sink.row({p.name, fixed(p.x, d), fixed(p.y, d), stationText(foot.station, format),
+                      fixed(foot.length, d), fixed(foot.offset, d),
+                      placeText(foot.place, options.maxOffset),
+                      std::isnan(design) ? "" : fixed(design, d),
+                      hasHeight ? fixed(p.z - design, d) : ""});
+        }
     }
-    return t;
+    sink.end();
 }
 
 }  // namespace rcctool

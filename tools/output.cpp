@@ -1,6 +1,8 @@
 // Table writers, the all-or-nothing file output and the progress line.
 #include "output.hpp"
 
+#include "safe_file.hpp"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,10 +21,19 @@ namespace {
 constexpr std::size_t kProgressMinimum = 20000;
 constexpr int kPercent = 100;
 
-std::string csvCell(const std::string& cell) {
-    if (cell.find_first_of(",\"\n\r") == std::string::npos) return cell;
+// Rows of a text table measured before its column widths are fixed; later rows stream
+// with those widths (a wider cell only pushes its own line).
+constexpr std::size_t kMeasuredRows = 1000;
+
+std::string csvCell(const std::string& cell, bool numeric) {
+    std::string text = cell;
+    // A text cell starting like a formula would run as one in a spreadsheet.
+    if (!numeric && !text.empty() && std::string("=+-@").find(text[0]) != std::string::npos) {
+        text.insert(0, "'");
+    }
+    if (text.find_first_of(",\"\n\r") == std::string::npos) return text;
     std::string quoted = "\"";
-    for (char c : cell) {
+    for (char c : text) {
         if (c == '"') quoted += '"';
         quoted += c;
     }
@@ -36,82 +47,82 @@ std::size_t displayWidth(const std::string& text) {
     }));
 }
 
-std::string temporaryBeside(const std::string& path) {
-    std::string pattern = path + ".tmp-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    const int fd = ::mkstemp(buffer.data());
-    if (fd < 0) {
-        throw OutputError("cannot create a file beside " + path + ": " + std::strerror(errno));
-    }
-    ::close(fd);
-    return std::string(buffer.data());
-}
-
-void commit(const std::string& temporary, const std::string& path) {
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        const std::string reason = std::strerror(errno);
-        std::remove(temporary.c_str());
-        throw OutputError("cannot write " + path + ": " + reason);
-    }
-}
-
 }  // namespace
 
-void Table::addColumn(std::string name, bool isNumeric) {
-    header.push_back(std::move(name));
-    numeric.push_back(isNumeric);
+void TableCollector::begin(const std::vector<Column>& columns) {
+    tables.push_back(Table{columns, {}});
 }
 
-void writeCsv(std::ostream& out, const Table& table) {
-    auto record = [&out](const std::vector<std::string>& cells) {
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            if (i > 0) out << ',';
-            out << csvCell(cells[i]);
-        }
-        out << '\n';
-    };
-    record(table.header);
-    for (const auto& row : table.rows) record(row);
+void TableCollector::row(const std::vector<std::string>& cells) {
+    tables.back().rows.push_back(cells);
 }
 
-void writeText(std::ostream& out, const Table& table) {
-    std::vector<std::size_t> width(table.header.size(), 0);
-    auto measure = [&width](const std::vector<std::string>& cells) {
-        for (std::size_t i = 0; i < cells.size() && i < width.size(); ++i) {
-            width[i] = std::max(width[i], displayWidth(cells[i]));
-        }
-    };
-    measure(table.header);
-    for (const auto& row : table.rows) measure(row);
-    auto line = [&](const std::vector<std::string>& cells) {
-        std::string text;
-        for (std::size_t i = 0; i < cells.size() && i < width.size(); ++i) {
-            const std::string pad(width[i] - displayWidth(cells[i]), ' ');
-            if (i > 0) text += "  ";
-            text += table.numeric[i] ? pad + cells[i] : cells[i] + pad;
-        }
-        while (!text.empty() && text.back() == ' ') text.pop_back();
-        out << text << '\n';
-    };
-    line(table.header);
-    std::vector<std::string> rule;
-    for (std::size_t w : width) rule.emplace_back(w, '-');
-    line(rule);
-    for (const auto& row : table.rows) line(row);
+bool asText(TableFormat format, bool toTerminal) {
+    return format == TableFormat::Text || (format == TableFormat::Auto && toTerminal);
 }
 
-void writeTables(std::ostream& out, const std::vector<Table>& tables, TableFormat format,
-                 bool toTerminal) {
-    const bool text = format == TableFormat::Text || (format == TableFormat::Auto && toTerminal);
-    for (std::size_t i = 0; i < tables.size(); ++i) {
-        if (i > 0) out << '\n';  // a blank line between the sections of one output
-        if (text) {
-            writeText(out, tables[i]);
-        } else {
-            writeCsv(out, tables[i]);
+void StreamTable::begin(const std::vector<Column>& columns) {
+    if (!first_) out_ << '\n';  // a blank line between the tables of one output
+    first_ = false;
+    columns_ = columns;
+    width_.assign(columns.size(), 0);
+    pending_.clear();
+    measured_ = false;
+    std::vector<std::string> header;
+    for (const Column& c : columns) header.push_back(c.name);
+    if (text_) {
+        pending_.push_back(header);
+    } else {
+        line(header);
+    }
+}
+
+void StreamTable::row(const std::vector<std::string>& cells) {
+    if (!text_ || measured_) {
+        line(cells);
+        return;
+    }
+    pending_.push_back(cells);
+    if (pending_.size() > kMeasuredRows) flushMeasured();
+}
+
+void StreamTable::end() {
+    if (text_ && !measured_) flushMeasured();
+    out_.flush();
+}
+
+void StreamTable::flushMeasured() {
+    for (const auto& cells : pending_) {
+        for (std::size_t i = 0; i < cells.size() && i < width_.size(); ++i) {
+            width_[i] = std::max(width_[i], displayWidth(cells[i]));
         }
     }
+    measured_ = true;
+    line(pending_.front());
+    std::vector<std::string> rule;
+    for (std::size_t w : width_) rule.emplace_back(w, '-');
+    line(rule);
+    for (std::size_t r = 1; r < pending_.size(); ++r) line(pending_[r]);
+    pending_.clear();
+}
+
+void StreamTable::line(const std::vector<std::string>& cells) {
+    std::string text;
+    for (std::size_t i = 0; i < cells.size() && i < columns_.size(); ++i) {
+        if (!text_) {
+            if (i > 0) text += ',';
+            text += csvCell(cells[i], columns_[i].numeric);
+            continue;
+        }
+        const std::size_t w = displayWidth(cells[i]);
+        const std::string pad(width_[i] > w ? width_[i] - w : 0, ' ');
+        if (i > 0) text += "  ";
+        text += columns_[i].numeric ? pad + cells[i] : cells[i] + pad;
+    }
+    if (text_) {
+        while (!text.empty() && text.back() == ' ') text.pop_back();
+    }
+    out_ << text << '\n';
 }
 
 void writeOutput(const std::string& path, const std::function<void(std::ostream&, bool)>& body) {
@@ -121,7 +132,7 @@ void writeOutput(const std::string& path, const std::function<void(std::ostream&
         if (!std::cout) throw OutputError("cannot write to standard output");
         return;
     }
-    writeFileAtomically(path, [&body, &path](const std::string& temporary) {
+    writeFileSafely(path, [&body, &path](const std::string& temporary) {
         std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
         if (!file) throw OutputError("cannot write " + path);
         body(file, false);
@@ -132,14 +143,7 @@ void writeOutput(const std::string& path, const std::function<void(std::ostream&
 
 void writeFileAtomically(const std::string& path,
                          const std::function<void(const std::string&)>& produce) {
-    const std::string temporary = temporaryBeside(path);
-    try {
-        produce(temporary);
-    } catch (...) {
-        std::remove(temporary.c_str());
-        throw;
-    }
-    commit(temporary, path);
+    writeFileSafely(path, produce);
 }
 
 Progress::Progress(std::string what, std::size_t total)

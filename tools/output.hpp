@@ -1,5 +1,5 @@
-// Tables and where they go: CSV or an aligned text table, to standard output or to a file
-// that appears complete or not at all; the tool's two error kinds and its progress line.
+// Tables and where they go: CSV or an aligned text table, written row by row, to standard output or
+// to a file that appears complete or not at all; the tool's two error kinds and its progress line.
 #pragma once
 
 #include <cstddef>
@@ -23,25 +23,62 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A table of text cells; `numeric` columns are right-aligned in the text form.
-struct Table {
-    std::vector<std::string> header;
-    std::vector<bool> numeric;
-    std::vector<std::vector<std::string>> rows;
+/// One column of a table; numeric columns are right-aligned in the text form.
+struct Column {
+    std::string name;
+    bool numeric = true;
+};
 
-    void addColumn(std::string name, bool isNumeric = true);
+/// Where a command's rows go, one table after another: begin() with the columns, row() for
+/// each row as it is computed, end() when the table is complete.
+class RowSink {
+public:
+    virtual ~RowSink() = default;
+    virtual void begin(const std::vector<Column>& columns) = 0;
+    virtual void row(const std::vector<std::string>& cells) = 0;
+    virtual void end() = 0;
+};
+
+/// Tables kept in memory (for tests and small outputs).
+struct Table {
+    std::vector<Column> columns;
+    std::vector<std::vector<std::string>> rows;
+};
+class TableCollector : public RowSink {
+public:
+    void begin(const std::vector<Column>& columns) override;
+    void row(const std::vector<std::string>& cells) override;
+    void end() override {}
+    std::vector<Table> tables;
 };
 
 enum class TableFormat { Auto, Csv, Text };
 
-/// Writes one CSV record per row (RFC 4180 quoting where a cell needs it).
-void writeCsv(std::ostream& out, const Table& table);
-/// Writes the table with columns padded to their widest cell.
-void writeText(std::ostream& out, const Table& table);
-/// CSV, or the aligned text table when `format` asks for it or is Auto and the
-/// destination is a terminal.
-void writeTables(std::ostream& out, const std::vector<Table>& tables, TableFormat format,
-                 bool toTerminal);
+/// Writes rows to a stream as they come: CSV records (RFC 4180 quoting where a cell needs
+/// it; a text cell that a spreadsheet would take for a formula gets a leading apostrophe),
+/// or an aligned text table whose column widths are measured on its first rows. Memory
+/// stays flat however many rows pass. Tables are separated by a blank line.
+class StreamTable : public RowSink {
+public:
+    StreamTable(std::ostream& out, bool text) : out_(out), text_(text) {}
+    void begin(const std::vector<Column>& columns) override;
+    void row(const std::vector<std::string>& cells) override;
+    void end() override;
+
+private:
+    void flushMeasured();
+    void line(const std::vector<std::string>& cells);
+    std::ostream& out_;
+    bool text_;
+    bool first_ = true;
+    std::vector<Column> columns_;
+    std::vector<std::size_t> width_;
+    std::vector<std::vector<std::string>> pending_;  ///< text rows held to measure widths
+    bool measured_ = false;
+};
+
+/// Whether tables go out as text: asked for, or Auto and the destination is a terminal.
+bool asText(TableFormat format, bool toTerminal);
 
 /// Runs `body` on standard output when `path` is empty or "-"; otherwise on a temporary
 /// file beside `path` that is renamed to `path` only when `body` returns and every byte is

@@ -1,9 +1,7 @@
-// The stakeout table: walking the route by length from its start chainage, so that the
-// library's chainage arithmetic skips short-chain gaps and marks long-chain repeats.
-#include <algorithm>
+// The stakeout table: round stations in each numbering, the key points and any stations
+// asked for, with the centre-line point, its bearing and elevation, and offset points.
+#include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <limits>
 
 #include "commands.hpp"
 
@@ -11,91 +9,136 @@ namespace rcctool {
 
 namespace {
 
-constexpr double kDegPerRad = 57.29577951308232;  // 180 / pi
-// Rows closer than this along the route are one row (merged labels), in metres.
-constexpr double kSameRow = 1e-6;
-// More rows than this is a typing error in the interval, not a table anyone can use.
-constexpr double kMaxRows = 5e7;
+using qv::route::Frame;
+using qv::route::Route;
+using qv::route::RoutePoint;
 
-std::string offsetName(const char* axis, double offset) {
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%s(%+g)", axis, offset);
-    return buffer;
+// "+3.5", "-0.25": the shortest text of an offset, signed, for headings and codes.
+std::string signedNumber(double value) {
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(value));
+    return (value < 0 ? "-" : "+") + std::string(buffer, result.ptr);
+}
+
+qv::route::TableRequest requestOf(const StakeoutOptions& options) {
+    qv::route::TableRequest request;
+    request.interval = options.interval;
+    request.from = options.from;
+    request.to = options.to;
+    request.at = options.at;
+    request.horizontalKeyPoints = options.keyPoints;
+    request.verticalKeyPoints = options.verticalKeyPoints;
+    return request;
+}
+
+// Elevation of an offset point on a plane cross-fall from the centre line: it rises by
+// crossfall per unit of distance away from the centre line on either side.
+double offsetElevation(double centre, double offset, const StakeoutOptions& options) {
+    return centre + std::fabs(offset) * *options.crossfall;
+}
+
+// Which side an offset lies on as the frame reads it: positive offsets are on the side of
+// bearing + 90°, the left in the XY frame and the right in the NE frame.
+std::string sideCode(double offset, Frame frame) {
+    if (offset == 0.0) return "CL";  // exact: an offset of zero is the centre line itself
+    const bool left = (offset > 0) == (frame == Frame::XY);
+    return (left ? "L" : "R") + signedNumber(offset).substr(1);
+}
+
+// The length along the route of a station the user asked for; refuses one that does not
+// exist (in a short chain's gap, or a second pass where no long chain repeats it) or lies
+// off the route.
+double onRoute(const Route& route, qv::route::Station station, const char* option,
+               const FormatOptions& format) {
+    const std::optional<double> length = route.lengthAt(station);
+    const std::string shown = std::string(option) + " " + stationText(station, format);
+    if (!length) {
+        throw InputError(shown +
+                         ": no such station on this route (skipped by a short chain, "
+                         "or no long chain repeats it)");
+    }
+    if (*length < 0 || *length > route.length()) {
+        throw InputError(shown + ": lies off the route, which runs from " +
+                         stationText(route.startStation(), format) + " to " +
+                         stationText(route.endStation(), format));
+    }
+    return *length;
 }
 
 }  // namespace
 
-Table stakeoutTable(const Route& route, const StakeoutOptions& options,
-                    const FormatOptions& format) {
-    if (!(options.interval > 0) || route.totalLength / options.interval > kMaxRows) {
-        throw InputError("--interval must be positive and give at most " + fixed(kMaxRows, 0) +
-                         " rows on this " + fixed(route.totalLength, 1) + " m route");
+void stakeout(const Route& route, const StakeoutOptions& options, const FormatOptions& format,
+              RowSink& sink) {
+    if (!(options.interval > 0) || !std::isfinite(options.interval)) {
+        throw InputError("--interval must be positive (a length along the route)");
     }
-    // Regular rows at whole multiples of the interval (no accumulated round-off), merged
-    // with the key points in order along the route.
-    std::vector<KeyPoint> rows;
-    const auto steps = static_cast<std::size_t>(std::floor(route.totalLength / options.interval));
-    rows.reserve(steps + 2);
-    for (std::size_t k = 0; k <= steps; ++k) {
-        rows.push_back({static_cast<double>(k) * options.interval, ""});
+    const std::optional<double> from =
+        options.from ? onRoute(route, *options.from, "--from", format) : std::optional<double>();
+    const std::optional<double> to =
+        options.to ? onRoute(route, *options.to, "--to", format) : std::optional<double>();
+    if (from && to && *to < *from) throw InputError("--to must not lie before --from");
+    for (const qv::route::Station& s : options.at) onRoute(route, s, "--at", format);
+    const qv::route::TableRequest request = requestOf(options);
+    const std::size_t rows = route.countTableRows(request);
+    const std::size_t points = rows * (1 + options.offsets.size());
+    if (rows > kMaxRows || points > kMaxRows) {
+        throw InputError("this table would have " + std::to_string(points) +
+                         " points, more than the " + std::to_string(kMaxRows) +
+                         " allowed; choose a longer --interval or a --from/--to range");
     }
-    if (options.keyPoints) {
-        std::vector<KeyPoint> keys = keyPoints(route, format);
-        std::vector<KeyPoint> merged;
-        merged.reserve(rows.size() + keys.size());
-        std::merge(rows.begin(), rows.end(), keys.begin(), keys.end(), std::back_inserter(merged),
-                   [](const KeyPoint& a, const KeyPoint& b) { return a.length < b.length; });
-        rows.clear();
-        for (KeyPoint& p : merged) {
-            if (!rows.empty() && p.length - rows.back().length < kSameRow) {
-                std::string& label = rows.back().label;
-                if (!p.label.empty()) label += (label.empty() ? "" : " / ") + p.label;
-            } else {
-                rows.push_back(std::move(p));
-            }
-        }
-    }
-
-    Table table;
-    table.addColumn("chainage");
-    table.addColumn("length");
-    table.addColumn("x");
-    table.addColumn("y");
-    table.addColumn("bearing");
-    table.addColumn("elevation");
-    for (double offset : options.offsets) {
-        table.addColumn(offsetName("x", offset));
-        table.addColumn(offsetName("y", offset));
-    }
-    table.addColumn("point", false);
-    table.rows.reserve(rows.size());
-
-    Progress progress("stakeout", rows.size());
-    for (std::size_t r = 0; r < rows.size(); ++r) {
-        progress.update(r);
-        const KeyPoint& row = rows[r];
-        const std::string dk = chainageAtLength(route, row.length);
-        double x = 0.0;
-        double y = 0.0;
-        double z = std::numeric_limits<double>::quiet_NaN();  // stays NaN without a profile
-        const double bearing = route.calc.calculateCoordinatesAndBearing(dk, x, y, z);
-        requireFinite(route, row.length, dk, {x, y, bearing});
-        std::vector<std::string> cells;
-        cells.push_back(formatChainage(dk, format));
-        cells.push_back(fixed(row.length, format.decimals));
-        cells.push_back(fixed(x, format.decimals));
-        cells.push_back(fixed(y, format.decimals));
-        cells.push_back(formatAngle(normalizeDegrees(bearing * kDegPerRad), format));
-        cells.push_back(std::isnan(z) ? "" : fixed(z, format.decimals));
+    const int d = format.decimals;
+    const Frame frame = route.description().frame;
+    if (options.controller) {
+        sink.begin({{"name", false},
+                    {xName(frame)},
+                    {yName(frame)},
+                    {frame == Frame::NE ? "Z" : "z"},
+                    {"code", false}});
+    } else {
+        std::vector<Column> columns = {{"chainage"}, {"length"},    {xName(frame)},  {yName(frame)},
+                                       {"bearing"},  {"elevation"}, {"point", false}};
         for (double offset : options.offsets) {
-            // Across the tangent: the unit normal on the bearing + 90 degrees side.
-            cells.push_back(fixed(x - offset * std::sin(bearing), format.decimals));
-            cells.push_back(fixed(y + offset * std::cos(bearing), format.decimals));
+            columns.push_back({std::string(xName(frame)) + "(" + signedNumber(offset) + ")"});
+            columns.push_back({std::string(yName(frame)) + "(" + signedNumber(offset) + ")"});
+            if (options.crossfall) columns.push_back({"elevation(" + signedNumber(offset) + ")"});
         }
-        cells.push_back(row.label);
-        table.rows.push_back(std::move(cells));
+        sink.begin(columns);
     }
-    return table;
+    auto height = [d](double z) { return std::isnan(z) ? std::string() : fixed(z, d); };
+    std::size_t number = 0;
+    Progress progress("stakeout", rows);
+    std::size_t done = 0;
+    route.forEachTableRow(request, [&](const qv::route::TableRow& row) {
+        progress.update(done++);
+        const RoutePoint p = route.pointAtLength(row.length);
+        const std::string station = stationText(row.station, format);
+        if (options.controller) {
+            // Plain ASCII throughout: numbered names, the station and side in the code.
+            sink.row({std::to_string(++number), fixed(p.x, d), fixed(p.y, d), height(p.elevation),
+                      station + " CL"});
+            for (double offset : options.offsets) {
+                const RoutePoint o = route.pointAtLength(row.length, offset);
+                const double z = options.crossfall ? offsetElevation(p.elevation, offset, options)
+                                                   : std::nan("");
+                sink.row({std::to_string(++number), fixed(o.x, d), fixed(o.y, d), height(z),
+                          station + " " + sideCode(offset, frame)});
+            }
+            return;
+        }
+        std::vector<std::string> cells = {
+            station,       fixed(row.length, d),           fixed(p.x, d),
+            fixed(p.y, d), bearingText(p.bearing, format), height(p.elevation),
+            row.label};
+        for (double offset : options.offsets) {
+            const RoutePoint o = route.pointAtLength(row.length, offset);
+            cells.push_back(fixed(o.x, d));
+            cells.push_back(fixed(o.y, d));
+            if (options.crossfall)
+                cells.push_back(height(offsetElevation(p.elevation, offset, options)));
+        }
+        sink.row(cells);
+    });
+    sink.end();
 }
 
 }  // namespace rcctool

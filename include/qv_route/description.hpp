@@ -29,6 +29,15 @@ constexpr double kMaxRadius = 1e9;       ///< largest finite radius, length unit
 constexpr double kMaxAngleTurns = 4.0;   ///< |bearing| at most this many full turns
 constexpr double kMaxRouteLength = 2e7;  ///< total length, length units (20,000 km)
 
+/// The one length unit of a route's coordinates, lengths, stations, radii and elevations.
+/// The arithmetic does not depend on it; readers keep a file's own unit (so that stations
+/// read as the file writes them) and writers declare it.
+enum class LengthUnit {
+    Metre,
+    Foot,          ///< international foot, 0.3048 m
+    USSurveyFoot,  ///< 1200/3937 m, 2 ppm longer than the international foot
+};
+
 /// Kinds of horizontal element; the numbers are the library's `curveType` codes.
 enum class ElementKind : int {
     Line = 0,
@@ -114,6 +123,7 @@ struct RouteDescription {
     std::string name;
     Frame frame = Frame::XY;
     std::string coordinateSystem;  ///< optional, e.g. "EPSG:3067"; carried, never used
+    LengthUnit lengthUnit = LengthUnit::Metre;
     /// Station at the start of the route. In the intersection-point form it is the station
     /// of the first point.
     double startStation = 0.0;

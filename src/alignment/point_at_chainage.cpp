@@ -3,25 +3,11 @@
 #include "alignment/alignment.hpp"
 #include "chainage/chainage.hpp"
 #include "horizontal/horizontal.hpp"
+#include "profile/profile.hpp"
 
 #include <cmath>
 
 namespace {
-
-// Elevation of one profile piece at distance `along` from its start: the grade line, plus
-// the parabola's offset c*d^2/(2R) measured from the end that touches the grade line.
-double pieceElevation(const RoadVerticalCurve& piece, double along) {
-    constexpr int kFirstHalf = 5;
-    constexpr int kSecondHalf = 6;
-    double z = piece.grade * along + piece.startElevation;
-    if (piece.curveType == kFirstHalf) {
-        z = z + piece.concavity * (along * along / (piece.radius * 2.0));
-    } else if (piece.curveType == kSecondHalf) {
-        const double toEnd = piece.length - along;
-        z = z + piece.concavity * (toEnd * toEnd / (piece.radius * 2.0));
-    }
-    return z;
-}
 
 // The first element, in stored order, whose inclusive chainage range holds `value`, or
 // elements.size(); a NaN chainage matches none. The mark plays no part in finding it.
@@ -73,7 +59,7 @@ double RoadCurvesCalculation::calculateCoordinatesAndBearing(std::string dk, dou
     if (piece < pieceKeys.size()) {
         const double along = rcc::lengthBetween(brokenChains.chains, pieceKeys[piece].start,
                                                 {value, rcc::isMarkedDK(dk, value)});
-        elevation = pieceElevation(verticalCurves[piece], along);
+        elevation = rcc::pieceElevation(verticalCurves[piece], along);
     }
     return bearing;
 }

@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr int kShortChainType = 1;  // every other type value is a long chain
-
 double gapOf(const BrokenChain& chain) { return std::fabs(chain.afterDK - chain.beforeDK); }
 
 }  // namespace
@@ -21,7 +19,7 @@ double lengthBetween(const std::vector<BrokenChain>& chains, DKValue from, DKVal
     if (length < 0 && !to.marked) return rcc::kLengthBeforeStart;
     for (const BrokenChain& chain : chains) {
         const double gap = gapOf(chain);
-        if (chain.type == kShortChainType) {
+        if (chain.type == rcc::kShortChainType) {
             if (chain.beforeDK >= from.value && to.value >= chain.afterDK) length -= gap;
         } else if (to.value > chain.beforeDK) {
             // The end lies past the repeated stretch: it was travelled twice.
@@ -65,7 +63,7 @@ std::string BrokenChainSet::calculateDKfromLength(std::string dk, double length)
     double target = startValue + length;
     for (const BrokenChain& chain : chains) {
         const double gap = gapOf(chain);
-        if (chain.type == kShortChainType) {
+        if (chain.type == rcc::kShortChainType) {
             // Passing a short chain skips the numbers that do not exist on the ground.
             if (chain.beforeDK >= startValue && target > chain.beforeDK) target += gap;
             continue;

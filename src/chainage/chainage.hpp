@@ -9,6 +9,11 @@
 
 namespace rcc {
 
+/// BrokenChain::type of a short chain (numbers skipped); every other value is a long chain
+/// (numbers repeated), written as kLongChainType.
+constexpr int kShortChainType = 1;
+constexpr int kLongChainType = 0;
+
 /// Sentinel length: the second chainage lies before the first (and is not marked).
 constexpr double kLengthBeforeStart = -1.0;
 

@@ -33,6 +33,9 @@ constexpr double kDegreesPerHalfTurn = 180.0;
 /// Radians to degrees, multiplied by 180 before the division by pi.
 inline double degreesFromRadians(double radians) { return radians * kDegreesPerHalfTurn / kPi; }
 
+/// Degrees to radians, multiplied by pi before the division by 180.
+inline double radiansFromDegrees(double degrees) { return degrees * kPi / kDegreesPerHalfTurn; }
+
 /// Bearing in [0, 2pi) of the direction from (x1, y1) to (x2, y2).
 double bearingBetween(double x1, double y1, double x2, double y2);
 

@@ -9,6 +9,8 @@ constexpr int kJDStartPoint = 0;
 /// straight. Every other value marks an intermediate intersection point.
 constexpr int kJDEndPoint = 2;
 
+/// pointType written for an intersection point between the start and the end point.
+constexpr int kJDMiddlePoint = 1;
 /// Status of convertJDPointsToRoadCurves when the points cannot be turned into a curve.
 constexpr int kJDConversionRefused = -1;
 /// Status of convertJDPointsToRoadCurves after a curve has been fitted and appended.

@@ -24,8 +24,6 @@ constexpr double kOffsetSecondTerm = 240.0;
 /// straight.
 constexpr std::size_t kMaxElementsPerCurve = 5;
 
-double radiansFromDegrees(double degrees) { return degrees * rcc::kPi / rcc::kDegreesPerHalfTurn; }
-
 double transitionShift(double L, double R) {
     return std::pow(L, 2) / (kShiftFirstTerm * R) -
            std::pow(L, 4) / (kShiftSecondTerm * std::pow(R, 3));
@@ -70,7 +68,7 @@ std::optional<CurveFit> fitCurve(const JDPoint& P, const JDPoint& V, const JDPoi
     if (!(R > 0) || !(turnDeg > 0 && turnDeg < rcc::kDegreesPerHalfTurn)) return std::nullopt;
 
     // a is the angle the route turns through; L1, L2 the entering and leaving transitions.
-    const double a = radiansFromDegrees(turnDeg);
+    const double a = rcc::radiansFromDegrees(turnDeg);
     const double L1 = V.inTransitionLength;
     const double L2 = V.outTransitionLength;
     const double p1 = transitionShift(L1, R);
@@ -161,7 +159,7 @@ int RoadCurvesCalculation::convertJDPointsToRoadCurves(double& inBearing, double
         // value turned back into radians.
         const double length = rcc::distanceBetween(P.x, P.y, V.x, V.y) - fit->inTangent;
         chain.add(rcc::lineAlong(P.pointDK, calculateDKfromLength(P.pointDK, length), P.x, P.y,
-                                 radiansFromDegrees(fit->inBearingDeg), length));
+                                 rcc::radiansFromDegrees(fit->inBearingDeg), length));
     } else {
         // From where the route ends now towards V; left out when the tangents overlap.
         const RoadCurve& last = elements.back();
