@@ -139,9 +139,11 @@ RoadCurvesCalculation builtRoute() {
     route.inputLine(0.5, 1100, 100, 200, 0.25);
     route.inputInTransitionCurve(1000, 1200, 300, 400, 300, 1, 0.25);
     route.inputCurve(1200, 1400, 500, 600, 300, -1, 0.75);
+    // The grade line from 1097.75 runs across the break to 01006: its end number lies below
+    // its start, so the pieces' chainages fall back there (two ascending runs).
     const RoadVerticalCurvePoint points[] = {{"0", 10, 0, 0, 0, 0, 0, 0},
-                                             {"600", 16, 4000, 0, 0, 0, 0, 1},
-                                             {"01050", 12, 6000, 0, 0, 0, 0, 1},
+                                             {"1090", 16, 1000, 0, 0, 0, 0, 1},
+                                             {"01010", 15.8, 1000, 0, 0, 0, 0, 1},
                                              {"1400", 15, 0, 0, 0, 0, 0, 0}};
     double g1 = 0, g2 = 0, t = 0, e = 0;
     for (const RoadVerticalCurvePoint& p : points) {
@@ -274,4 +276,43 @@ TEST(AlignmentSearch, FindsTheFirstHolderInStoredOrderOnUnsortedListsAndNaN) {
     for (double dk = -50; dk <= 800; dk += 12.5) check(route, elements, dk);
     for (double dk = -5; dk <= 1000; dk += 1.25) check(overlapping, overlappingElements, dk);
     for (double dk = -2000; dk <= 6000; dk += 7) check(mixed, mixedElements, dk);
+}
+
+// The elevation the header documents, from the first profile piece in stored order whose
+// [startDK, endDK] holds the chainage: a profile laid across a long chain, whose piece
+// chainages fall back at the break (two ascending runs), and one without breaks.
+TEST(AlignmentSearch, ProfilePiecesAnswerAsTheFirstHolderInStoredOrder) {
+    RoadCurvesCalculation plain;
+    const RoadVerticalCurvePoint points[] = {{"0", 10, 0, 0, 0, 0, 0, 0},
+                                             {"250", 14, 3000, 0, 0, 0, 0, 1},
+                                             {"500", 11, 5000, 0, 0, 0, 0, 1},
+                                             {"800", 12, 0, 0, 0, 0, 0, 0}};
+    double g1 = 0, g2 = 0, t = 0, e = 0;
+    for (const RoadVerticalCurvePoint& p : points) {
+        plain.addBPPoint(p);
+        plain.convertBPPointsToVerticalCurves(g1, g2, t, e);
+    }
+    const RoadCurvesCalculation routes[] = {plain, builtRoute()};
+    for (const RoadCurvesCalculation& r : routes) {
+        const std::vector<RoadVerticalCurve> pieces = r.getVerticalCurves();
+        for (double dk = -10; dk <= 1500; dk += 1.75) {
+            for (const std::string& text : {std::to_string(dk), "0" + std::to_string(dk)}) {
+                const double value = std::stod(text);
+                double expected = -7;  // untouched when no piece holds the chainage
+                for (const RoadVerticalCurve& p : pieces) {
+                    if (!(std::stod(p.startDK) <= value && value <= std::stod(p.endDK))) continue;
+                    const double d = r.calculateLengthBetween2DKs(p.startDK, text);
+                    const double off =
+                        p.curveType == 5 ? d : p.length - d;  // from the tangent point
+                    expected =
+                        p.grade * d + p.startElevation +
+                        (p.curveType == 0 ? 0.0 : p.concavity * (off * off / (p.radius * 2.0)));
+                    break;
+                }
+                double x = 0, y = 0, z = -7;
+                r.calculateCoordinatesAndBearing(text, x, y, z);
+                EXPECT_EQ(z, expected) << text;
+            }
+        }
+    }
 }
