@@ -84,6 +84,16 @@ const RoadCurvesCalculation& cachedRoute(int elements, bool withProfile) {
     return found->second;
 }
 
+// The first arc of the scaled routes, and the last one that turns left like it, so that
+// queries near the start and near the end meet the same geometry (a point beside a left and
+// a right turn takes a different number of approach steps).
+constexpr int kFirstArc = 2;
+
+int lastLeftArc(int elements) {
+    constexpr int kPiecesPerTurnPair = 2 * kPiecesPerCurve;
+    return (elements - kFirstArc - 1) / kPiecesPerTurnPair * kPiecesPerTurnPair + kFirstArc;
+}
+
 // One sine and one cosine of a changing argument: the unit of the figures below.
 void BM_SinCosPair(benchmark::State& state) {
     double angle = 0.3;
@@ -109,12 +119,12 @@ void BM_OneCurveRoute(benchmark::State& state) {
 }
 BENCHMARK(BM_OneCurveRoute);
 
-// Point query half-way along the first arc (range(1) = 0) or the last arc (1) of a route of
-// range(0) elements with a profile of as many grade-change points.
+// Point query half-way along the first arc (range(1) = 0) or the last left-turning arc (1) of
+// a route of range(0) elements with a profile of as many grade-change points.
 void BM_ScaledRouteQuery(benchmark::State& state) {
     const auto elements = static_cast<int>(state.range(0));
     const RoadCurvesCalculation& route = cachedRoute(elements, true);
-    const int arcIndex = state.range(1) == 0 ? 2 : (elements - 1) / kPiecesPerCurve * 4 - 2;
+    const int arcIndex = state.range(1) == 0 ? kFirstArc : lastLeftArc(elements);
     const std::string dk = std::to_string((arcIndex + 0.5) * kPieceLength);
     double x = 0;
     double y = 0;
@@ -126,12 +136,12 @@ BENCHMARK(BM_ScaledRouteQuery)
     ->ArgNames({"elements", "nearEnd"})
     ->ArgsProduct({{10, 100, 1000, 10000}, {0, 1}});
 
-// Chainage of a point 5 beside the route half-way along its last arc, the approach starting
-// from the chainage of that arc's start (as a host stepping along the route would).
+// Chainage of a point 5 beside the route half-way along its last left-turning arc, the
+// approach starting from that arc's start chainage (as a host stepping along would).
 void BM_ScaledRouteProjection(benchmark::State& state) {
     const auto elements = static_cast<int>(state.range(0));
     const RoadCurvesCalculation& route = cachedRoute(elements, true);
-    const int arcIndex = (elements - 1) / kPiecesPerCurve * 4 - 2;
+    const int arcIndex = lastLeftArc(elements);
     double x = 0;
     double y = 0;
     double z = 0;
