@@ -369,7 +369,6 @@ PreparedCurve::PreparedCurve(const RoadCurve& curve) {
     ramp_ = static_cast<double>(rates.ramp);
     int runCount = 0;
     const DistanceRun* runs = integrationStepRuns(runCount);
-    const double tolerance = kShortcutBudget / kIntegrationStep;
     const long double b0 = curve.startBearing;
     // The running sum of e^(i theta_j) in long double: a few hundred stretches add no visible
     // rounding. It starts at -e^(i b0), as the point wants j = 1 .. n and the sums run from 0.
@@ -391,9 +390,11 @@ PreparedCurve::PreparedCurve(const RoadCurve& curve) {
             sums_.emplace_back(static_cast<double>(sumX + start.real()),
                                static_cast<double>(sumY + start.imag()));
             phases_.push_back(startPhase);
+            // The stretch to the next checkpoint, as a query would sum it.
+            std::complex<double> endPhase;
             const std::complex<double> stretch =
-                quadraticPhaseSum(phase.alpha, phase.beta, phase.gamma,
-                                  std::min(kCheckpointSteps, run.count - j), tolerance, true);
+                start + quadraticPhaseEndTerms(startPhase, phase.beta, phase.gamma,
+                                               std::min(kCheckpointSteps, run.count - j), endPhase);
             sumX += stretch.real();
             sumY += stretch.imag();
         }
