@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <limits>
 #include <random>
 #include <string>
@@ -128,6 +129,16 @@ TEST(AlignmentBrokenChains, SettingANewSetReplacesTheOldEntirely) {
 
 namespace {
 
+// Adds the grade-change points one by one, converting after each, as a host does.
+void layProfile(RoadCurvesCalculation& route,
+                std::initializer_list<RoadVerticalCurvePoint> points) {
+    double g1 = 0, g2 = 0, t = 0, e = 0;
+    for (const RoadVerticalCurvePoint& p : points) {
+        route.addBPPoint(p);
+        route.convertBPPointsToVerticalCurves(g1, g2, t, e);
+    }
+}
+
 // A route whose query reads every kind of derived data: elements from 0.5 (a start written
 // "0.500000", which counts as marked) across a long chain, a clothoid, and a profile laid
 // across the same chain.
@@ -141,15 +152,10 @@ RoadCurvesCalculation builtRoute() {
     route.inputCurve(1200, 1400, 500, 600, 300, -1, 0.75);
     // The grade line from 1097.75 runs across the break to 01006: its end number lies below
     // its start, so the pieces' chainages fall back there (two ascending runs).
-    const RoadVerticalCurvePoint points[] = {{"0", 10, 0, 0, 0, 0, 0, 0},
-                                             {"1090", 16, 1000, 0, 0, 0, 0, 1},
-                                             {"01010", 15.8, 1000, 0, 0, 0, 0, 1},
-                                             {"1400", 15, 0, 0, 0, 0, 0, 0}};
-    double g1 = 0, g2 = 0, t = 0, e = 0;
-    for (const RoadVerticalCurvePoint& p : points) {
-        route.addBPPoint(p);
-        route.convertBPPointsToVerticalCurves(g1, g2, t, e);
-    }
+    layProfile(route, {{"0", 10, 0, 0, 0, 0, 0, 0},
+                       {"1090", 16, 1000, 0, 0, 0, 0, 1},
+                       {"01010", 15.8, 1000, 0, 0, 0, 0, 1},
+                       {"1400", 15, 0, 0, 0, 0, 0, 0}});
     return route;
 }
 
@@ -283,15 +289,10 @@ TEST(AlignmentSearch, FindsTheFirstHolderInStoredOrderOnUnsortedListsAndNaN) {
 // chainages fall back at the break (two ascending runs), and one without breaks.
 TEST(AlignmentSearch, ProfilePiecesAnswerAsTheFirstHolderInStoredOrder) {
     RoadCurvesCalculation plain;
-    const RoadVerticalCurvePoint points[] = {{"0", 10, 0, 0, 0, 0, 0, 0},
-                                             {"250", 14, 3000, 0, 0, 0, 0, 1},
-                                             {"500", 11, 5000, 0, 0, 0, 0, 1},
-                                             {"800", 12, 0, 0, 0, 0, 0, 0}};
-    double g1 = 0, g2 = 0, t = 0, e = 0;
-    for (const RoadVerticalCurvePoint& p : points) {
-        plain.addBPPoint(p);
-        plain.convertBPPointsToVerticalCurves(g1, g2, t, e);
-    }
+    layProfile(plain, {{"0", 10, 0, 0, 0, 0, 0, 0},
+                       {"250", 14, 3000, 0, 0, 0, 0, 1},
+                       {"500", 11, 5000, 0, 0, 0, 0, 1},
+                       {"800", 12, 0, 0, 0, 0, 0, 0}});
     const RoadCurvesCalculation routes[] = {plain, builtRoute()};
     for (const RoadCurvesCalculation& r : routes) {
         const std::vector<RoadVerticalCurve> pieces = r.getVerticalCurves();
