@@ -23,7 +23,8 @@ TEST(StationFormat, WritesEachStyleRoundedOnceWithItsOccurrence) {
         const char* text;
     } cases[] = {
         {{1450.0, 1}, StationStyle::Plain, 3, "1450.000"},
-        {{1450.0, 2}, StationStyle::Plain, 3, "01450.000"},  // the library's mark
+        {{1450.0, 2}, StationStyle::Plain, 3, "01450.000"},    // the library's mark
+        {{-330.0, 2}, StationStyle::Plain, 3, "-330.000(2)"},  // not "0-330.000", read as 0
         {{1450.0, 1}, StationStyle::K, 3, "K1+450.000"},
         {{1450.0, 2}, StationStyle::K, 3, "K1+450.000(2)"},
         {{-80.0, 1}, StationStyle::K, 3, "-K0+080.000"},

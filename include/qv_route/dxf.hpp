@@ -10,8 +10,8 @@ namespace qv::route {
 
 /// What the drawing holds besides the centre line, and how finely clothoids are drawn.
 struct DxfOptions {
-    double tickInterval = 0.0;     ///< station ticks and labels every this length; 0 picks one
-    double textHeight = 0.0;       ///< label height, drawing units; 0 picks one from the extent
+    double tickInterval = 0.0;       ///< station ticks and labels every this length; 0 picks one
+    double textHeight = 0.0;         ///< label height, drawing units; 0 picks one from the extent
     double chordTolerance = 2.5e-4;  ///< largest distance from a clothoid's polyline to the curve
 };
 

@@ -1,6 +1,8 @@
 // Escaping and shortening of the readers' one-line messages.
 #include "io/message.hpp"
 
+#include <algorithm>
+
 namespace qv::route::message {
 
 namespace {
@@ -64,6 +66,23 @@ std::string escaped(std::string_view text, std::size_t maxChars) {
         ++chars;
     }
     return out;
+}
+
+Place placeOf(std::string_view text, std::size_t offset) {
+    Place place;
+    std::size_t i =
+        text.substr(0, kByteOrderMark.size()) == kByteOrderMark ? kByteOrderMark.size() : 0;
+    for (const std::size_t end = std::min(offset, text.size()); i < end; ++i) {
+        const char c = text[i];
+        const bool pairedCR = c == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
+        if (c == '\n' || (c == '\r' && !pairedCR)) {
+            ++place.line;
+            place.column = 1;
+        } else if (!pairedCR && (static_cast<unsigned char>(c) & 0xC0) != 0x80) {
+            ++place.column;  // a UTF-8 continuation byte (10xxxxxx) starts no column
+        }
+    }
+    return place;
 }
 
 std::string quoted(std::string_view text) { return '"' + escaped(text, kMaxQuotedChars) + '"'; }

@@ -9,7 +9,6 @@
 #include <fstream>
 #include <limits>
 #include <new>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -20,7 +19,6 @@ namespace qv::route {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 /// Most points one file may hold: about 100 bytes each in memory, so half a gigabyte.
 constexpr std::size_t kMaxPoints = 5'000'000;
 /// Bytes read from a file at a time.
@@ -163,33 +161,6 @@ private:
     std::size_t column_ = 1;
 };
 
-/// Whether the first record holds a comma outside quotes: then the file is comma-separated,
-/// otherwise blanks separate its fields.
-bool commaSeparated(std::string_view text) {
-    bool inQuotes = false;
-    bool inRecord = false;
-    bool inComment = false;
-    for (const char c : text) {
-        if (inComment) {
-            inComment = !isLineEnd(c);
-        } else if (c == '"') {
-            inQuotes = !inQuotes;
-            inRecord = true;
-        } else if (inQuotes) {
-            continue;
-        } else if (c == ',') {
-            return true;
-        } else if (isLineEnd(c)) {
-            if (inRecord) return false;
-        } else if (c == '#' && !inRecord) {
-            inComment = true;
-        } else if (!isBlank(c)) {
-            inRecord = true;
-        }
-    }
-    return false;
-}
-
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
                return std::tolower(static_cast<unsigned char>(x)) ==
@@ -258,6 +229,47 @@ NumberRead readNumber(std::string_view text, double& value) {
     }
     value *= sign;
     return NumberRead::Number;
+}
+
+/// Whether the file is comma-separated: decided by its first line (or quoted record) that
+/// holds a comma outside quotes or a number. Title lines of words before it and comments
+/// say nothing; a first record of blank-separated numbers means blanks separate fields.
+bool commaSeparated(std::string_view text) {
+    std::size_t i = 0;
+    while (i < text.size()) {
+        const std::size_t start = i;
+        while (i < text.size() && isBlank(text[i])) ++i;
+        std::size_t end = i;
+        if (i < text.size() && text[i] == '#') {
+            while (end < text.size() && !isLineEnd(text[end])) ++end;
+            i = end + 1;
+            continue;
+        }
+        bool inQuotes = false;
+        bool comma = false;
+        for (; end < text.size(); ++end) {
+            const char c = text[end];
+            if (c == '"') {
+                inQuotes = !inQuotes;
+            } else if (!inQuotes && c == ',') {
+                comma = true;
+            } else if (!inQuotes && isLineEnd(c)) {
+                break;
+            }
+        }
+        if (comma) return true;
+        const std::string_view line = text.substr(start, end - start);
+        for (std::size_t word = 0; word < line.size();) {
+            const std::size_t stop = std::min(line.find_first_of(" \t", word), line.size());
+            double ignored = 0.0;
+            if (readNumber(line.substr(word, stop - word), ignored) == NumberRead::Number) {
+                return false;
+            }
+            word = stop + 1;
+        }
+        i = end + 1;
+    }
+    return false;
 }
 
 /// A header field: a word that does not read as a number ("nan" is a number).
@@ -384,8 +396,8 @@ std::vector<SurveyPoint> readAll(std::string_view text, const std::string& sourc
                                                        std::to_string(kMaxInputBytes >> 20) +
                                                        " MiB"));
     }
-    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
-        text.remove_prefix(kByteOrderMark.size());  // columns count from after the mark
+    if (text.substr(0, message::kByteOrderMark.size()) == message::kByteOrderMark) {
+        text.remove_prefix(message::kByteOrderMark.size());  // columns count from after the mark
     }
     Lexer lexer(text, source, commaSeparated(text));
     const PointReader reader(source, layoutOf(columns), frame);
@@ -432,8 +444,12 @@ std::vector<SurveyPoint> readPointFile(const std::string& path, PointColumns col
     if (!file) throw ReadError(message::forSource(path, "cannot open the file"));
     std::string text;
     try {
-        // Read at most one byte past the limit: enough to refuse a larger file or an
-        // endless pipe without holding it.
+        // Read at most one chunk past the limit: enough to refuse a larger file or an
+        // endless pipe without holding it. A regular file's size is known: no regrowth.
+        if (fs::is_regular_file(status)) {
+            const auto size = fs::file_size(path, error);
+            if (!error && size <= kMaxInputBytes) text.reserve(static_cast<std::size_t>(size));
+        }
         std::vector<char> chunk(kReadChunk);
         while (text.size() <= kMaxInputBytes && file) {
             file.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));

@@ -121,7 +121,10 @@ std::string formatStation(Station station, StationStyle style, int decimals) {
         case StationStyle::Plain:
             break;
     }
-    // The library's mark of a second occurrence: one '0' in front of the number.
+    // The library's mark of a second occurrence: one '0' in front of the number. In front
+    // of a minus sign it would read as a zero to anyone but this parser ("0-330.000"), so a
+    // negative second occurrence takes the suffix of the other styles.
+    if (second && !sign.empty()) return sign + magnitude + std::string(kSecondSuffix);
     return (second ? "0" : "") + sign + magnitude;
 }
 

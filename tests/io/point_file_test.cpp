@@ -26,19 +26,20 @@ std::string errorOf(const std::string& text, PointColumns columns = PointColumns
     return "(no error)";
 }
 
-struct Accepted {
-    const char* what;
-    std::string text;
-    std::size_t count;
-    double x, y;  // of the last point
-    std::string name;
-    std::size_t line;
-};
+// Same number, where any NaN matches any NaN.
+bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+const double kNaN = std::nan("");
 
 TEST(PointFile, ReadsEveryLayoutOfLinesAndFields) {
-    const std::vector<Accepted> cases = {
-        {"header then LF", "x,y,name\n50,-3,A\n", 1, 50, -3, "A", 2},
-        {"CRLF", "x,y\r\n1,2\r\n3,4\r\n", 2, 3, 4, "", 3},
+    const struct {
+        const char* what;
+        std::string text;
+        std::size_t count;
+        double x, y;  // of the last point
+        std::string name;
+        std::size_t line;
+    } cases[] = {
+        {"CRLF", "x,y,name\r\n1,2,A\r\n3,4,B\r\n", 2, 3, 4, "B", 3},
         {"CR only", "x,y\r1,2\r3,4\r", 2, 3, 4, "", 3},
         {"mixed ends, no final end", "1,2\n3,4\r\n5,6\r7,8", 4, 7, 8, "", 4},
         {"BOM before numbers is data", kBom + "1,2\n", 1, 1, 2, "", 1},
@@ -48,51 +49,46 @@ TEST(PointFile, ReadsEveryLayoutOfLinesAndFields) {
         {"RFC 4180 quoting", "\"1\", 2 ,\"a, \"\"b\"\"\nc\"\n", 1, 1, 2, "a, \"b\"\nc", 1},
         {"whitespace-separated", "  1   2\tname\n", 1, 1, 2, "name", 1},
         {"quoted name among blanks", "1 2 \"two words\"\n", 1, 1, 2, "two words", 1},
+        {"title line before commas", "Points\n1,2\n", 1, 1, 2, "", 2},
+        {"comment with a comma before blanks", "# x, y\n1 2\n", 1, 1, 2, "", 2},
         {"header in another script", "\xE7\x82\xB9,x,y\n1,2\n", 1, 1, 2, "", 2},
         {"exponent, point forms", "1e2,.5\n-2.,+3E-1\n", 2, -2, 0.3, "", 2},
         {"underflow reads as zero", "1e-400,0\n", 1, 0, 0, "", 1},
+        {"nan is data, kept for the caller", "nan,10\n", 1, kNaN, 10, "", 1},
+        {"infinities kept", "-inf,Infinity\n", 1, -HUGE_VAL, HUGE_VAL, "", 1},
     };
-    for (const Accepted& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const auto points = readPoints(c.text, "f.csv", PointColumns::XYName, Frame::XY);
         ASSERT_EQ(points.size(), c.count);
-        EXPECT_EQ(points.back().x, c.x);
-        EXPECT_EQ(points.back().y, c.y);
+        EXPECT_TRUE(same(points.back().x, c.x) && same(points.back().y, c.y));
         EXPECT_EQ(points.back().name, c.name);
         EXPECT_EQ(points.back().line, c.line);
     }
 }
 
-TEST(PointFile, KeepsNaNAndInfinityForTheCaller) {
-    // "nan,10" is data, not a header: it holds a number.
-    const auto points = readPoints("nan,10\n-inf,Infinity\n", "f", PointColumns::XYName, Frame::XY);
-    ASSERT_EQ(points.size(), 2u);
-    EXPECT_TRUE(std::isnan(points[0].x));
-    EXPECT_EQ(points[1].x, -HUGE_VAL);
-    EXPECT_EQ(points[1].y, HUGE_VAL);
-}
-
-TEST(PointFile, NorthingAndEastingFollowTheFrame) {
-    const std::string text = "P1,100,200,5,kerb\n";
-    const auto ne = readPoints(text, "f", PointColumns::NameNEZCode, Frame::NE);
-    const auto xy = readPoints(text, "f", PointColumns::NameNEZCode, Frame::XY);
-    EXPECT_EQ(ne[0].x, 100);  // NE frame: x is the northing
-    EXPECT_EQ(ne[0].y, 200);
-    EXPECT_EQ(xy[0].x, 200);  // XY frame: x is the easting
-    EXPECT_EQ(xy[0].y, 100);
-    EXPECT_EQ(xy[0].z, 5);
-    EXPECT_EQ(xy[0].code, "kerb");
-    // x and y columns are taken as they stand in either frame.
-    EXPECT_EQ(readPoints(text, "f", PointColumns::NameXYZCode, Frame::NE)[0].x, 100);
-}
-
-TEST(PointFile, OptionalHeightAndCode) {
-    const auto points = readPoints("A,1,2\nB,1,2,\nC,1,2,kerb\nD,1,2,,kerb\n", "f",
-                                   PointColumns::NameXYZCode, Frame::XY);
-    ASSERT_EQ(points.size(), 4u);
-    for (const auto& p : points) EXPECT_TRUE(std::isnan(p.z)) << p.name;
-    EXPECT_EQ(points[2].code, "kerb");  // a fourth field of text is the code
-    EXPECT_EQ(points[3].code, "kerb");
+TEST(PointFile, ColumnOrdersAndFrames) {
+    const struct {
+        const char* text;
+        PointColumns columns;
+        Frame frame;
+        double x, y, z;
+        const char* code;
+    } cases[] = {
+        {"P,100,200,5,kerb", PointColumns::NameNEZCode, Frame::NE, 100, 200, 5, "kerb"},  // x = N
+        {"P,100,200,5,kerb", PointColumns::NameNEZCode, Frame::XY, 200, 100, 5, "kerb"},  // x = E
+        {"P,100,200,5,kerb", PointColumns::NameXYZCode, Frame::NE, 100, 200, 5, "kerb"},
+        {"P,1,2", PointColumns::NameXYZCode, Frame::XY, 1, 2, kNaN, ""},
+        {"P,1,2,", PointColumns::NameXYZCode, Frame::XY, 1, 2, kNaN, ""},
+        {"P,1,2,kerb", PointColumns::NameXYZCode, Frame::XY, 1, 2, kNaN, "kerb"},  // text: code
+        {"P,1,2,,kerb", PointColumns::NameXYZCode, Frame::XY, 1, 2, kNaN, "kerb"},
+    };
+    for (const auto& c : cases) {
+        const auto p = readPoints(c.text, "f", c.columns, c.frame).at(0);
+        EXPECT_TRUE(same(p.x, c.x) && same(p.y, c.y) && same(p.z, c.z)) << c.text;
+        EXPECT_EQ(p.code, c.code) << c.text;
+        EXPECT_EQ(p.name, "P");
+    }
 }
 
 TEST(PointFile, RefusesWithLineAndColumn) {
@@ -165,6 +161,24 @@ TEST(ReaderMessage, EscapesControlsAndCutsWholeCharacters) {
     EXPECT_EQ(escaped("\xC3\xA9\xC3\xA9\xC3\xA9\xC3\xA9", 3),
               "\xC3\xA9\xC3\xA9\xC3\xA9\xE2\x80\xA6");
     EXPECT_EQ(escaped("abc", 3), "abc");
+}
+
+TEST(ReaderMessage, PlaceOfAByteCountsLinesAndCharacters) {
+    const struct {
+        std::string text;
+        std::size_t offset, line, column;
+    } cases[] = {
+        {"ab\ncd", 4, 2, 2},    {"a\r\nb", 3, 2, 1}, {"a\rb", 2, 2, 1},
+        {"a\r\nb", 2, 1, 2},     // a CR LF pair is one line end, at the end of line 1
+        {kBom + "xy", 4, 1, 2},  // columns count from after the mark
+        {"\xC3\xA9=", 2, 1, 2},  // one column for the two bytes of "é"
+        {"ab", 99, 1, 3},        // past the end: the end
+    };
+    for (const auto& c : cases) {
+        const auto place = qv::route::message::placeOf(c.text, c.offset);
+        EXPECT_EQ(place.line, c.line) << c.text << " @" << c.offset;
+        EXPECT_EQ(place.column, c.column) << c.text << " @" << c.offset;
+    }
 }
 
 }  // namespace
