@@ -19,6 +19,7 @@
 // compiler and standard library as the library itself.
 #pragma once
 
+#include <cstddef>
 #include <limits>
 #include <string>
 #include <vector>
@@ -168,6 +169,8 @@ public:
     double calculateLengthBetween2DKs(double dk1, double dk2) const;
 
 private:
+    // The alignment object measures lengths from chainages it has read once already.
+    friend class RoadCurvesCalculation;
     std::vector<BrokenChain> chains;
 };
 
@@ -318,6 +321,20 @@ private:
     std::vector<RoadVerticalCurve> verticalCurves;
     BrokenChainSet brokenChains;
     float tolerance;
+
+    // Derived from the lists above, brought up to date by every member that changes them and
+    // never by a const one, so that concurrent queries only read. Defined inside the library.
+    struct ElementKey;  ///< an element's start chainage as read back from its text, its evaluator
+    struct PieceKey;    ///< a profile piece's two chainages, read once
+    /// Extends the derived data to elements appended from index `first` on.
+    void elementsAppended(std::size_t first);
+    /// Extends the derived data to profile pieces appended from index `first` on.
+    void piecesAppended(std::size_t first);
+
+    std::vector<ElementKey> elementKeys;
+    std::vector<std::size_t> elementRuns;  ///< first index of each ascending run of elements
+    std::vector<PieceKey> pieceKeys;
+    std::vector<std::size_t> pieceRuns;  ///< first index of each ascending run of pieces
 };
 
 /// Bearing in degrees, in [0, 360), of the direction from (x1, y1) to (x2, y2). A direction

@@ -6,8 +6,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <random>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+#if !defined(_WIN32)
+#include <locale.h>
+#endif
 
 namespace {
 
@@ -199,3 +207,115 @@ TEST(ChainSetValueSemantics, CopiesMovesAndReplacementsKeepTheirOwnLists) {
     ASSERT_EQ(moved.getChains().size(), 1u);
     EXPECT_EQ(moved.getChains()[0].beforeDK, 5.0);
 }
+
+namespace {
+
+// What `read` makes of `text`: the value's bits ("nan" for any NaN), or the exception type.
+template <class Read>
+std::string outcome(Read read, const std::string& text) {
+    try {
+        const double value = read(text);
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        return std::isnan(value) ? std::string("nan") : std::to_string(bits);
+    } catch (const std::invalid_argument&) {
+        return "invalid_argument";
+    } catch (const std::out_of_range&) {
+        return "out_of_range";
+    }
+}
+
+// parseDKText must agree with std::stod, the documented reading, fast path or not.
+std::string stodOutcome(const std::string& text) {
+    return outcome([](const std::string& t) { return std::stod(t); }, text);
+}
+
+std::string parseOutcome(const std::string& text) { return outcome(rcc::parseDKText, text); }
+
+}  // namespace
+
+TEST(ChainageText, ReadsEveryFormExactlyAsStod) {
+    // Forms where a plain decimal reader and strtod part ways: blanks, signs, hex, inf and
+    // nan spellings, exponents (complete or not), prefixes that stop early, rounding ties,
+    // and lengths beyond any range check of the fast path.
+    const std::string longDigits(350, '7');
+    const std::string tinyPlain = "0." + std::string(400, '0') + "1";  // 1e-401, no exponent
+    const std::vector<std::string> forms = {"  12.5",
+                                            "\t-3",
+                                            "+12.5",
+                                            "0x1p3",
+                                            "0X10",
+                                            "-0x.8",
+                                            "0x",
+                                            "inf",
+                                            "-INFINITY",
+                                            "nan(12)",
+                                            "1e3",
+                                            "1E-2",
+                                            "1.5e",
+                                            "1.5e+",
+                                            "12.5abc",
+                                            "-.5",
+                                            ".5",
+                                            "-",
+                                            ".",
+                                            "1.",
+                                            "00012.25",
+                                            "-0",
+                                            "-0.000000",
+                                            "0.1",
+                                            "9007199254740993",
+                                            "2.2250738585072011e-308",
+                                            longDigits,
+                                            "-" + longDigits,
+                                            longDigits + ".5",
+                                            tinyPlain,
+                                            "1050,5",
+                                            "1050.5.5",
+                                            "01050.000000"};
+    for (const std::string& text : forms) EXPECT_EQ(parseOutcome(text), stodOutcome(text)) << text;
+}
+
+TEST(ChainageText, WritesAndReadsRandomValuesAsPrintfAndStrtod) {
+    // Seeded: chainages of every magnitude a route uses, raw bit patterns (any double), and
+    // binary fractions j/2^7 whose seventh decimal is an exact tie for "%f" to break.
+    std::mt19937_64 random(20261123);
+    std::uniform_real_distribution<double> chainage(-1e6, 1e7);
+    for (int i = 0; i < 20000; ++i) {
+        double value = 0;
+        if (i % 3 == 0) {
+            value = chainage(random);
+        } else if (i % 3 == 1) {
+            const std::uint64_t bits = random();
+            std::memcpy(&value, &bits, sizeof value);
+        } else {
+            value =
+                static_cast<double>(static_cast<std::int64_t>(random() % 200000000) - 100000000) /
+                128.0;
+        }
+        const std::string text = rcc::formatDK(value);
+        ASSERT_EQ(text, rcc::formatDKWithPrintf(value)) << i;
+        ASSERT_EQ(parseOutcome(text), stodOutcome(text)) << text;
+    }
+}
+
+#if !defined(_WIN32)
+TEST(ChainageText, FollowsALocaleWhoseDecimalPointIsAComma) {
+    locale_t comma = nullptr;
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "ru_RU.UTF-8"}) {
+        comma = newlocale(LC_NUMERIC_MASK, name, nullptr);
+        if (comma) break;
+    }
+    if (!comma) GTEST_SKIP() << "no locale with a decimal comma is installed";
+    const locale_t previous = uselocale(comma);
+    // strtod stops at the '.', printf writes a comma: the fast paths must stand aside.
+    const double dotted = rcc::parseDKText("1050.75");
+    const double commaed = rcc::parseDKText("1050,75");
+    const std::string written = rcc::formatDK(1050.75);
+    uselocale(previous);
+    freelocale(comma);
+    EXPECT_EQ(dotted, 1050.0);
+    EXPECT_EQ(commaed, 1050.75);
+    EXPECT_EQ(written, "1050,750000");
+}
+#endif

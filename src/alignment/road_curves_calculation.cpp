@@ -1,8 +1,9 @@
-// RoadCurvesCalculation lifecycle, list access and the chainage conversions that it passes
-// to its broken chains.
+// RoadCurvesCalculation lifecycle, list access, the derived data kept beside the lists and the
+// chainage conversions that it passes to its broken chains.
 #include "alignment/alignment.hpp"
 #include "qv_roadCurveCalculation_alg.h"
 
+#include <string>
 #include <utility>
 
 RoadCurvesCalculation::RoadCurvesCalculation() : tolerance(rcc::kProjectionTolerance) {}
@@ -15,7 +16,21 @@ RoadCurvesCalculation::RoadCurvesCalculation(RoadCurvesCalculation&& other) noex
       bpPoints(std::move(other.bpPoints)),
       verticalCurves(std::move(other.verticalCurves)),
       brokenChains(std::move(other.brokenChains)),
-      tolerance(other.tolerance) {}
+      tolerance(other.tolerance),
+      elementKeys(std::move(other.elementKeys)),
+      elementRuns(std::move(other.elementRuns)),
+      pieceKeys(std::move(other.pieceKeys)),
+      pieceRuns(std::move(other.pieceRuns)) {
+    // A moved-from vector is only "valid but unspecified"; the interface promises empty lists.
+    other.elements.clear();
+    other.jdPoints.clear();
+    other.bpPoints.clear();
+    other.verticalCurves.clear();
+    other.elementKeys.clear();
+    other.elementRuns.clear();
+    other.pieceKeys.clear();
+    other.pieceRuns.clear();
+}
 
 RoadCurvesCalculation& RoadCurvesCalculation::operator=(const RoadCurvesCalculation& other) {
     if (this != &other) {
@@ -24,6 +39,10 @@ RoadCurvesCalculation& RoadCurvesCalculation::operator=(const RoadCurvesCalculat
         bpPoints = other.bpPoints;
         verticalCurves = other.verticalCurves;
         brokenChains = other.brokenChains;
+        elementKeys = other.elementKeys;
+        elementRuns = other.elementRuns;
+        pieceKeys = other.pieceKeys;
+        pieceRuns = other.pieceRuns;
     }
     tolerance = other.tolerance;
     return *this;
@@ -48,6 +67,10 @@ RoadCurvesCalculation& RoadCurvesCalculation::operator=(RoadCurvesCalculation&& 
         takeOver(bpPoints, other.bpPoints);
         takeOver(verticalCurves, other.verticalCurves);
         brokenChains = std::move(other.brokenChains);
+        takeOver(elementKeys, other.elementKeys);
+        takeOver(elementRuns, other.elementRuns);
+        takeOver(pieceKeys, other.pieceKeys);
+        takeOver(pieceRuns, other.pieceRuns);
     }
     tolerance = other.tolerance;
     return *this;
@@ -55,7 +78,36 @@ RoadCurvesCalculation& RoadCurvesCalculation::operator=(RoadCurvesCalculation&& 
 
 RoadCurvesCalculation::~RoadCurvesCalculation() = default;
 
-void RoadCurvesCalculation::addRoadCurves(RoadCurve curve) { elements.push_back(curve); }
+void RoadCurvesCalculation::addRoadCurves(RoadCurve curve) {
+    elements.push_back(curve);
+    elementsAppended(elements.size() - 1);
+}
+
+void RoadCurvesCalculation::elementsAppended(std::size_t first) {
+    for (std::size_t i = first; i < elements.size(); ++i) {
+        const RoadCurve& element = elements[i];
+        // The query measures from the start's six-decimal text, mark included.
+        const std::string startText = rcc::formatDK(element.startDK);
+        elementKeys.push_back({rcc::readDK(startText), rcc::PreparedCurve(element)});
+        if (i == 0 || !rcc::continuesRun(elements[i - 1].startDK, elements[i - 1].endDK,
+                                         element.startDK, element.endDK)) {
+            elementRuns.push_back(i);
+        }
+    }
+}
+
+void RoadCurvesCalculation::piecesAppended(std::size_t first) {
+    for (std::size_t i = first; i < verticalCurves.size(); ++i) {
+        // Both texts were read when the piece was laid, so reading them again cannot throw.
+        const RoadVerticalCurve& piece = verticalCurves[i];
+        const PieceKey key{rcc::readDK(piece.startDK), rcc::parseDKText(piece.endDK)};
+        if (i == 0 || !rcc::continuesRun(pieceKeys.back().start.value, pieceKeys.back().endValue,
+                                         key.start.value, key.endValue)) {
+            pieceRuns.push_back(i);
+        }
+        pieceKeys.push_back(key);
+    }
+}
 
 std::vector<RoadCurve> RoadCurvesCalculation::getRoadCruves() const { return elements; }
 

@@ -12,6 +12,28 @@ double gapOf(const BrokenChain& chain) { return std::fabs(chain.afterDK - chain.
 
 }  // namespace
 
+namespace rcc {
+
+double lengthBetween(const std::vector<BrokenChain>& chains, DKValue from, DKValue to) {
+    double length = to.value - from.value;
+    if (length < 0 && !to.marked) return rcc::kLengthBeforeStart;
+    for (const BrokenChain& chain : chains) {
+        const double gap = gapOf(chain);
+        if (chain.type == rcc::kShortChainType) {
+            if (chain.beforeDK >= from.value && to.value >= chain.afterDK) length -= gap;
+        } else if (to.value > chain.beforeDK) {
+            // The end lies past the repeated stretch: it was travelled twice.
+            if (chain.beforeDK > from.value && !from.marked) length += gap;
+        } else if (to.value >= chain.afterDK && to.marked && !from.marked) {
+            // The end is the second occurrence of a repeated number.
+            length += gap;
+        }
+    }
+    return length;
+}
+
+}  // namespace rcc
+
 BrokenChainSet::BrokenChainSet() = default;
 BrokenChainSet::BrokenChainSet(const BrokenChainSet& other) = default;
 BrokenChainSet::BrokenChainSet(BrokenChainSet&& other) noexcept : chains(std::move(other.chains)) {
@@ -65,22 +87,7 @@ double BrokenChainSet::calculateDKfromLength(double dk, double length) const {
 
 double BrokenChainSet::calculateLengthBetween2DKs(std::string dk1, std::string dk2) const {
     const rcc::DKValue from = rcc::readDK(dk1);
-    const rcc::DKValue to = rcc::readDK(dk2);
-    double length = to.value - from.value;
-    if (length < 0 && !to.marked) return rcc::kLengthBeforeStart;
-    for (const BrokenChain& chain : chains) {
-        const double gap = gapOf(chain);
-        if (chain.type == rcc::kShortChainType) {
-            if (chain.beforeDK >= from.value && to.value >= chain.afterDK) length -= gap;
-        } else if (to.value > chain.beforeDK) {
-            // The end lies past the repeated stretch: it was travelled twice.
-            if (chain.beforeDK > from.value && !from.marked) length += gap;
-        } else if (to.value >= chain.afterDK && to.marked && !from.marked) {
-            // The end is the second occurrence of a repeated number.
-            length += gap;
-        }
-    }
-    return length;
+    return rcc::lengthBetween(chains, from, rcc::readDK(dk2));
 }
 
 double BrokenChainSet::calculateLengthBetween2DKs(double dk1, double dk2) const {

@@ -2,7 +2,10 @@
 // passes chainages through the broken-chain arithmetic.
 #pragma once
 
+#include "qv_roadCurveCalculation_alg.h"
+
 #include <string>
+#include <vector>
 
 namespace rcc {
 
@@ -19,12 +22,20 @@ constexpr double kLengthBeforeStart = -1.0;
 /// nothing converts, then std::out_of_range("stod argument out of range") on a range error.
 double parseDKText(const std::string& text);
 
+/// The fast reading of parseDKText: the value of a plain decimal prefix (optional '-',
+/// digits and one point, no exponent, at most 300 characters, a locale whose decimal point
+/// is '.'), identical to strtod's; false for every other text, which strtod then reads.
+bool parsePlainDecimal(const std::string& text, double& value);
+
 /// A text is marked (second occurrence behind a long chain) when its very first character
 /// is '0' and its value is not zero.
 bool isMarkedDK(const std::string& text, double value);
 
 /// Fixed notation with six decimals, as printf("%f").
 std::string formatDK(double value);
+
+/// "%f" through snprintf alone: the reference formatDK's faster path is tested against.
+std::string formatDKWithPrintf(double value);
 
 /// formatDK with one '0' in front: the second occurrence of a repeated chainage.
 std::string formatMarkedDK(double value);
@@ -39,5 +50,9 @@ inline DKValue readDK(const std::string& text) {
     const double value = parseDKText(text);
     return {value, isMarkedDK(text, value)};
 }
+
+/// Length travelled from `from` forward to `to` across `chains` (calculateLengthBetween2DKs
+/// on texts already read): kLengthBeforeStart when an unmarked `to` lies before `from`.
+double lengthBetween(const std::vector<BrokenChain>& chains, DKValue from, DKValue to);
 
 }  // namespace rcc

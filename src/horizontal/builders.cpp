@@ -8,6 +8,7 @@ void RoadCurvesCalculation::inputLine(double startDK, double endDK, double start
                                       double bearing) {
     const double length = calculateLengthBetween2DKs(startDK, endDK);
     elements.push_back(rcc::lineAlong(startDK, endDK, startX, startY, bearing, length));
+    elementsAppended(elements.size() - 1);
 }
 
 void RoadCurvesCalculation::inputLineCoor(double startDK, double startX, double startY, double endX,
@@ -15,6 +16,7 @@ void RoadCurvesCalculation::inputLineCoor(double startDK, double startX, double 
     const double endDK =
         calculateDKfromLength(startDK, rcc::distanceBetween(startX, startY, endX, endY));
     elements.push_back(rcc::lineFromPoints(startDK, endDK, startX, startY, endX, endY));
+    elementsAppended(elements.size() - 1);
 }
 
 void RoadCurvesCalculation::inputCurve(double startDK, double endDK, double startX, double startY,
@@ -22,6 +24,7 @@ void RoadCurvesCalculation::inputCurve(double startDK, double endDK, double star
     const double length = calculateLengthBetween2DKs(startDK, endDK);
     elements.push_back(rcc::curveFromRadii(startDK, length, startX, startY, startBearing, radius,
                                            radius, turnDirection));
+    elementsAppended(elements.size() - 1);
 }
 
 void RoadCurvesCalculation::inputCurveCoor(double startDK, double startX, double startY,
@@ -29,6 +32,7 @@ void RoadCurvesCalculation::inputCurveCoor(double startDK, double startX, double
                                            int turnDirection) {
     elements.push_back(
         rcc::arcFromChord(startDK, startX, startY, endX, endY, radius, turnDirection));
+    elementsAppended(elements.size() - 1);
 }
 
 void RoadCurvesCalculation::inputInTransitionCurve(double startDK, double endDK, double startX,
@@ -52,4 +56,5 @@ void RoadCurvesCalculation::inputIncompleteTransitionCurve(double startDK, doubl
     const double length = calculateLengthBetween2DKs(startDK, endDK);
     elements.push_back(rcc::curveFromRadii(startDK, length, startX, startY, startBearing,
                                            startRadius, endRadius, turnDirection));
+    elementsAppended(elements.size() - 1);
 }

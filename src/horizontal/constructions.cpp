@@ -126,8 +126,8 @@ RoadCurve curveFromRadii(double startDK, double length, double x, double y, doub
         curve.endCurvature = 1 / endRadius;
     }
 
-    const CurvePoint end = integrateCurve(curve, length, curve.startCurvature, curve.endCurvature,
-                                          length, kIntegrationStep);
+    // The evaluation every later query of the element uses, so that its end answers alike.
+    const CurvePoint end = PreparedCurve(curve).at(curve, length);
     curve.endX = end.x;
     curve.endY = end.y;
     curve.endBearing = end.bearing;

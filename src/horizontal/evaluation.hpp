@@ -23,6 +23,7 @@ struct DistanceRun {
     double last;            ///< start + (count - 1) * increment (length units)
     long double sumBefore;  ///< t_0 + ... + t_(first-1), exact to long-double rounding
     double drift;           ///< largest |t_j - j * step| of this run and all before it
+    double perIncrement;    ///< 1 / increment, rounded (0 for the terminal run)
 };
 
 /// The distance at and beyond which the accumulated distance can no longer pass s: from the
@@ -64,8 +65,22 @@ bool closedFormHolds(double maxSlope, double maxCurve, double count, double tole
 /// Sum of e^(i(alpha + beta m + gamma m^2)) over m = 0 .. count - 1: a geometric sum for
 /// gamma = 0, Euler-Maclaurin over quadraticPhaseIntegral where closedFormHolds, otherwise
 /// term by term, and NaN beyond kMaxDirectTerms. `tolerance` is the absolute error allowed.
+/// `closedFormOnly` skips the term-by-term shortcut for a handful of terms (used where the
+/// closed form is known to hold and its fixed cost is wanted).
 std::complex<double> quadraticPhaseSum(long double alpha, long double beta, long double gamma,
-                                       std::int64_t count, double tolerance);
+                                       std::int64_t count, double tolerance,
+                                       bool closedFormOnly = false);
+
+/// quadraticPhaseSum split at its two ends, for stretches whose start is known in advance:
+/// the sum is quadraticPhaseStartTerms(...) + quadraticPhaseEndTerms(...), the first
+/// depending on the start alone; `startPhase` is e^(i alpha). Valid where closedFormHolds and
+/// for |beta M| and |gamma M^2| well below a radian; `endPhase` receives the next term's unit
+/// vector e^(i(alpha + beta M + gamma M^2)).
+std::complex<double> quadraticPhaseStartTerms(std::complex<double> startPhase, double beta,
+                                              double gamma);
+std::complex<double> quadraticPhaseEndTerms(std::complex<double> startPhase, double beta,
+                                            double gamma, std::int64_t count,
+                                            std::complex<double>& endPhase);
 
 /// G(A, B) = integral over v in [0, 1] of e^(i(B v + A v^2)), the generalised Fresnel
 /// integral, to about 3e-16 absolute for any finite A and B.

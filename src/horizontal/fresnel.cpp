@@ -173,7 +173,7 @@ constexpr double kCentredSlopeLimit = 3.0;
 // G for |B + A| and A small: about v = 1/2 + x/2 the phase is B/2 + A/4 + (B'/2) x + (A/4) x^2
 // with B' = B + A; its exponential has coefficients (p+1) d_(p+1) = (i B'/2) d_p +
 // (i A/2) d_(p-1), and the odd powers integrate to zero over x in [-1, 1].
-Complex centredSeries(double A, double B) {
+Complex centredSeriesTerms(double A, double B) {
     const double slope = (B + A) / 2;
     const double chirp = A / 2;
     double previousRe = 1.0;  // d_0
@@ -199,8 +199,17 @@ Complex centredSeries(double A, double B) {
             kNegligibleTerm)
             break;
     }
+    return {re, im};
+}
+
+// Whether G(A, B) is the centred series (A > 0 beyond the negligible chirp).
+bool centredSeriesHolds(double A, double B) {
+    return A <= kCentredChirpLimit && std::fabs(B + A) <= kCentredSlopeLimit;
+}
+
+Complex centredSeries(double A, double B) {
     const Complex centrePhase = unitPhase(static_cast<long double>(B) / 2 + A / 4.0L);
-    return times(centrePhase, Complex(re, im));
+    return times(centrePhase, centredSeriesTerms(A, B));
 }
 
 }  // namespace
@@ -216,9 +225,7 @@ std::complex<double> quadraticPhaseIntegral(double A, double B) {
         return {sinc * std::cos(half), sinc * std::sin(half)};
     }
     if (A < 0) return std::conj(quadraticPhaseIntegral(-A, -B));
-    if (A <= kCentredChirpLimit && std::fabs(B + A) <= kCentredSlopeLimit) {
-        return centredSeries(A, B);
-    }
+    if (centredSeriesHolds(A, B)) return centredSeries(A, B);
     // Complete the square: B v + A v^2 = (pi/2) u^2 - B^2/(4A) with u = tau0 + v sqrt(2A/pi),
     // so G = F e^(-i B^2/(4A)) times the Fresnel integral from tau0 to tau1, F = sqrt(pi/(2A)).
     // Written with the tails H, only the end phase e^(i(A+B)) appears; the large phase
@@ -274,7 +281,7 @@ bool closedFormHolds(double maxSlope, double maxCurve, double count, double tole
 }
 
 std::complex<double> quadraticPhaseSum(long double alpha, long double beta, long double gamma,
-                                       std::int64_t count, double tolerance) {
+                                       std::int64_t count, double tolerance, bool closedFormOnly) {
     if (count <= 0) return {0.0, 0.0};
     if (!std::isfinite(alpha) || !std::isfinite(beta) || !std::isfinite(gamma)) {
         return {kNaN, kNaN};
@@ -291,7 +298,7 @@ std::complex<double> quadraticPhaseSum(long double alpha, long double beta, long
             std::sin(reducedAngle(beta * countL / 2)) / std::sin(static_cast<double>(beta / 2));
         return ratio * unitPhase(alpha + beta * (countL - 1) / 2);
     }
-    if (count <= kDirectSumTerms) return directSum(alpha, beta, gamma, count);
+    if (count <= kDirectSumTerms && !closedFormOnly) return directSum(alpha, beta, gamma, count);
 
     const double slopeStart = static_cast<double>(beta);
     const double slopeEnd = static_cast<double>(beta + 2 * gamma * countL);
@@ -307,6 +314,50 @@ std::complex<double> quadraticPhaseSum(long double alpha, long double beta, long
     const double B = static_cast<double>(beta * countL);
     return static_cast<double>(count) * times(start, quadraticPhaseIntegral(A, B)) +
            endpointTerms(end, slopeEnd, curve) - endpointTerms(start, slopeStart, curve);
+}
+
+std::complex<double> quadraticPhaseStartTerms(std::complex<double> startPhase, double beta,
+                                              double gamma) {
+    return -endpointTerms(startPhase, beta, 2 * gamma);
+}
+
+namespace {
+
+// Below this |x|, e^(ix) from its Taylor series to x^4: the next term, x^5/120, stays under
+// 1e-17. The chirp of a short stretch of a clothoid is smaller still.
+constexpr double kSmallPhase = 1e-3;
+
+Complex smallUnitPhase(double x) {
+    if (!(std::fabs(x) < kSmallPhase)) return {std::cos(x), std::sin(x)};
+    const double x2 = x * x;
+    return {1 - x2 / 2 + x2 * x2 / 24, x * (1 - x2 / 6)};
+}
+
+}  // namespace
+
+std::complex<double> quadraticPhaseEndTerms(std::complex<double> startPhase, double beta,
+                                            double gamma, std::int64_t count,
+                                            std::complex<double>& endPhase) {
+    // One sine and cosine, of the centre offset d = B/2 + A/4: the centre phase is
+    // e^(i alpha) e^(i d) and the end phase e^(i alpha) e^(2 i d) e^(i A/2), the last factor
+    // from a short series. Each product adds about 1e-16 of the unit vector.
+    const double countD = static_cast<double>(count);
+    const double A = gamma * countD * countD;
+    const double B = beta * countD;
+    const double offset = B / 2 + A / 4;
+    const Complex toCentre(std::cos(offset), std::sin(offset));
+    const Complex centre = times(startPhase, toCentre);
+    endPhase = times(times(centre, toCentre), smallUnitPhase(A / 2));
+    const Complex ends = endpointTerms(endPhase, beta + 2 * gamma * countD, 2 * gamma);
+    // M e^(i alpha) G(A, B); in the centred case G = e^(i d) times its series. G(A, B) =
+    // conj(G(-A, -B)) for a negative chirp.
+    const bool rising = A > 0;
+    if (std::fabs(A) >= kNegligibleChirp && centredSeriesHolds(std::fabs(A), rising ? B : -B)) {
+        const Complex terms =
+            rising ? centredSeriesTerms(A, B) : std::conj(centredSeriesTerms(-A, -B));
+        return countD * times(centre, terms) + ends;
+    }
+    return countD * times(startPhase, quadraticPhaseIntegral(A, B)) + ends;
 }
 
 }  // namespace rcc

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 
 namespace rcc {
@@ -24,10 +26,20 @@ constexpr double kShortcutBudget = 1e-11;
 // stops. Counted in whole grid spacings of the run's binade, where s - start is exact.
 std::int64_t valuesNotAbove(const DistanceRun& run, double s) {
     if (s < run.start) return 0;
-    if (run.first == 0) return 1;  // s < t_1 = step: only t_0 = 0
-    const auto room = static_cast<std::int64_t>((s - run.start) / run.spacing);
-    const auto stride = static_cast<std::int64_t>(run.increment / run.spacing);
-    return room / stride + 1;
+    if (run.first == 0 || !(run.increment > 0)) return 1;  // s < t_1 = step, or the terminal run
+    // s lies in the run's binade, so s - start is exact and a multiple of the spacing, and so
+    // is m * increment for every whole m up to the run's count. The rounded quotient (taken
+    // with the rounded reciprocal, a product being quicker than a division, and truncated,
+    // which is the floor of a non-negative value) may miss the whole number below it by one
+    // either way; the exact products tell.
+    const double room = s - run.start;
+    auto whole = static_cast<std::int64_t>(room * run.perIncrement);
+    if (static_cast<double>(whole) * run.increment > room) {
+        whole -= 1;
+    } else if (static_cast<double>(whole + 1) * run.increment <= room) {
+        whole += 1;
+    }
+    return std::min(whole, run.count - 1) + 1;
 }
 
 // The loop's step count n and S_n = t_0 + ... + t_(n-1), from the run that holds its last
@@ -181,6 +193,263 @@ CurvePoint integrateCurve(const RoadCurve& curve, double s, double startCurvatur
         return constantTurn(start, step, turn, totalsAt(run, s).steps);
     }
     return sumSteps(start, s, step, turn, ramp, [&] { return walker.next(); });
+}
+
+}  // namespace rcc
+
+namespace rcc {
+
+namespace {
+
+// Per-step turn at t = 0 and its growth per unit of t, as integrateCurve forms them.
+struct TurnRates {
+    long double turn;
+    long double ramp;
+};
+
+TurnRates turnRates(const RoadCurve& curve) {
+    const long double direction = curve.turnDirection;
+    const long double step = curve.integrationStep;
+    return {direction * step * curve.startCurvature,
+            direction * step *
+                (static_cast<long double>(curve.endCurvature) - curve.startCurvature) /
+                curve.length};
+}
+
+// The run of the standard step's accumulated distance that holds t_(n-1), the last distance
+// the loop sums before it stops at s, and n itself (counted as in totalsAt).
+struct LastRun {
+    const DistanceRun* run;
+    std::size_t runIndex;
+    std::int64_t steps;
+};
+
+// The binade exponent of a positive normal double, from its bits.
+int binadeOf(double value) {
+    constexpr int kExponentBias = 1023;
+    constexpr int kFractionBits = 52;
+    constexpr std::uint64_t kExponentMask = 0x7ff;
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    return static_cast<int>((bits >> kFractionBits) & kExponentMask) - kExponentBias;
+}
+
+// The standard step's runs indexed by binade [2^e, 2^(e+1)), from that of the step up to
+// that of the stall distance (54 binades). For each: the first run that ends at or beyond
+// 2^e (the run holding any s of the binade is at most a step or two further on) and, when
+// the binade holds the start of exactly one run, that run, which then holds every s from its
+// start to the binade's top: the step count there is one product and two checks.
+constexpr int kMaxBinades = 64;
+
+struct BinadeEntry {
+    int firstEnding;  ///< index of the first run with last >= 2^e
+    int onlyRun;      ///< index of the one run starting in the binade, or -1
+};
+
+struct StandardRunIndex {
+    const DistanceRun* runs;
+    int runCount;
+    int lowestExponent;
+    double lowestBinadeStart;  ///< 2^lowestExponent
+    int binadeCount;
+    BinadeEntry binades[kMaxBinades];
+};
+
+const StandardRunIndex& standardRunIndex() {
+    static const StandardRunIndex index = [] {
+        StandardRunIndex built{};
+        built.runs = integrationStepRuns(built.runCount);
+        built.lowestExponent = binadeOf(kIntegrationStep);
+        built.lowestBinadeStart = std::ldexp(1.0, built.lowestExponent);
+        const int highest = binadeOf(stallDistance(kIntegrationStep));
+        built.binadeCount = std::min(highest - built.lowestExponent + 1, kMaxBinades);
+        int r = 0;
+        for (int k = 0; k < built.binadeCount; ++k) {
+            const double bottom = std::ldexp(1.0, built.lowestExponent + k);
+            while (r + 1 < built.runCount && built.runs[r].last < bottom) ++r;
+            int starting = 0;
+            int only = -1;
+            for (int q = r; q < built.runCount && built.runs[q].start < 2 * bottom; ++q) {
+                if (built.runs[q].start >= bottom) {
+                    ++starting;
+                    only = q;
+                }
+            }
+            built.binades[k] = {r, starting == 1 && built.runs[only].count > 1 ? only : -1};
+        }
+        return built;
+    }();
+    return index;
+}
+
+LastRun lastRunAt(double s) {
+    const StandardRunIndex& index = standardRunIndex();
+    const DistanceRun* run = index.runs;
+    if (s >= index.lowestBinadeStart) {
+        const int k = binadeOf(s) - index.lowestExponent;
+        const BinadeEntry& entry = index.binades[std::min(k, index.binadeCount - 1)];
+        if (entry.onlyRun >= 0 && s >= index.runs[entry.onlyRun].start) {
+            const DistanceRun& only = index.runs[entry.onlyRun];
+            return {&only, static_cast<std::size_t>(entry.onlyRun),
+                    only.first + valuesNotAbove(only, s)};
+        }
+        run += entry.firstEnding;
+    }
+    while (!(run->last > s)) ++run;  // s < stall: the terminal run ends beyond every s
+    const std::int64_t steps = run->first + valuesNotAbove(*run, s);
+    if (steps - 1 < run->first) --run;  // t_(n-1) closes the run before
+    return {run, static_cast<std::size_t>(run - index.runs), steps};
+}
+
+// S_i = t_0 + ... + t_(i-1) for an index i whose t_(i-1) lies in `run` or which is the run's
+// first index, in double: about 1e-16 of S, 1e-16 rad once multiplied by the ramp.
+double distanceSumTo(const DistanceRun& run, std::int64_t index) {
+    const auto j = static_cast<double>(index - run.first);
+    return static_cast<double>(run.sumBefore) + j * run.start + run.increment * j * (j - 1) / 2;
+}
+
+// The quadratic phase of the steps from index `index` of `run` on: theta_(index+m) = alpha +
+// beta m + gamma m^2 while t stays in the run, with S and t at `index` exact as in totalsAt.
+struct Phase {
+    long double alpha;
+    double beta;
+    double gamma;
+};
+
+Phase phaseFrom(const DistanceRun& run, std::int64_t index, long double b0, const TurnRates& r) {
+    const std::int64_t j = index - run.first;
+    const long double jl = static_cast<long double>(j);
+    long double distanceSum = run.sumBefore + jl * run.start;
+    if (j > 1) distanceSum += run.increment * jl * (jl - 1) / 2;
+    const long double t = run.start + jl * run.increment;
+    const long double gamma = r.ramp * run.increment / 2;
+    return {b0 + r.turn * static_cast<long double>(index) + r.ramp * distanceSum,
+            static_cast<double>(r.turn + r.ramp * t - gamma), static_cast<double>(gamma)};
+}
+
+// Whether a curved record has the standard step, finite rates, and a finite positive length.
+bool standardCurve(const RoadCurve& curve, const TurnRates& rates) {
+    return curve.curveType != 0 && curve.integrationStep == kIntegrationStep &&
+           std::isfinite(rates.turn) && std::isfinite(rates.ramp) && curve.length > 0 &&
+           curve.length < stallDistance(kIntegrationStep);
+}
+
+// Whether the closed form holds over any stretch between two checkpoints of a clothoid (the
+// turn per step stays far below a radian for any radius above a few dozen steps).
+bool checkpointsHold(const RoadCurve& curve, const TurnRates& rates) {
+    const double rampPerStep = static_cast<double>(std::fabs(rates.ramp) * kIntegrationStep);
+    const double maxTurn = static_cast<double>(
+        std::max(std::fabs(rates.turn), std::fabs(rates.turn + rates.ramp * curve.length)));
+    return closedFormHolds(maxTurn + rampPerStep, 2 * rampPerStep,
+                           static_cast<double>(PreparedCurve::kCheckpointSteps),
+                           kShortcutBudget / kIntegrationStep);
+}
+
+}  // namespace
+
+PreparedCurve::PreparedCurve(const RoadCurve& curve) {
+    const TurnRates rates = turnRates(curve);
+    if (!standardCurve(curve, rates)) return;
+    if (rates.ramp == 0) {
+        // An arc: one geometric sum whose denominator sin(turn / 2) is fixed. A turn of more
+        // than a right angle per step (a radius below a step) is left to integrateCurve,
+        // which first removes whole turns from it.
+        if (!(std::fabs(rates.turn) < kHalfPi)) return;
+        kind_ = Kind::kArc;
+        turn_ = static_cast<double>(rates.turn);
+        arcPerHalfTurnSine_ = 1 / std::sin(turn_ / 2);
+        arcStartPhase_ = std::polar(1.0, reducedAngle(curve.startBearing + rates.turn / 2));
+        return;
+    }
+    // A clothoid longer than any in a design keeps no checkpoints (about 20 bytes a metre);
+    // integrateCurve serves it.
+    if (!(curve.length <= kMaxPreparedLength) || !checkpointsHold(curve, rates)) return;
+    kind_ = Kind::kClothoid;
+    turn_ = static_cast<double>(rates.turn);
+    ramp_ = static_cast<double>(rates.ramp);
+    int runCount = 0;
+    const DistanceRun* runs = integrationStepRuns(runCount);
+    const long double b0 = curve.startBearing;
+    // The running sum of e^(i theta_j) in long double: a few hundred stretches add no visible
+    // rounding. It starts at -e^(i b0), as the point wants j = 1 .. n and the sums run from 0.
+    const std::complex<double> startTerm = std::polar(1.0, curve.startBearing);
+    long double sumX = -startTerm.real();
+    long double sumY = -startTerm.imag();
+    for (int r = 0; r < runCount; ++r) {
+        const DistanceRun& run = runs[r];
+        if (run.start > curve.length) break;  // no query up to the length ends in this run
+        runFirst_.push_back(static_cast<std::int32_t>(sums_.size()));
+        for (std::int64_t j = 0; j < run.count; j += kCheckpointSteps) {
+            if (run.start + static_cast<double>(j) * run.increment > curve.length) break;
+            // Stored with the start terms of Euler-Maclaurin for a stretch from here, so that a
+            // query adds only the terms at its own end.
+            const Phase phase = phaseFrom(run, run.first + j, b0, rates);
+            const std::complex<double> startPhase = std::polar(1.0, reducedAngle(phase.alpha));
+            const std::complex<double> start =
+                quadraticPhaseStartTerms(startPhase, phase.beta, phase.gamma);
+            sums_.emplace_back(static_cast<double>(sumX + start.real()),
+                               static_cast<double>(sumY + start.imag()));
+            phases_.push_back(startPhase);
+            // The stretch to the next checkpoint, as a query would sum it.
+            std::complex<double> endPhase;
+            const std::complex<double> stretch =
+                start + quadraticPhaseEndTerms(startPhase, phase.beta, phase.gamma,
+                                               std::min(kCheckpointSteps, run.count - j), endPhase);
+            sumX += stretch.real();
+            sumY += stretch.imag();
+        }
+    }
+    runFirst_.push_back(static_cast<std::int32_t>(sums_.size()));
+}
+
+CurvePoint PreparedCurve::at(const RoadCurve& curve, double s) const {
+    if (kind_ == Kind::kUnprepared || !(s >= 0) || !(s <= curve.length)) {
+        return integrateCurve(curve, s, curve.startCurvature, curve.endCurvature, curve.length,
+                              curve.integrationStep);
+    }
+    // In double throughout: phases of up to hundreds of radians carry about 1e-14 rad, which
+    // moves a point by less than 1e-11 over a kilometre (within the 1e-9 of the exact sum).
+    const LastRun last = lastRunAt(s);
+    const auto steps = static_cast<double>(last.steps);
+    const double b0 = curve.startBearing;
+    const double step = kIntegrationStep;
+    if (kind_ == Kind::kArc) {
+        // theta_i = b0 + turn i for i = 1 .. n: the sum is e^(i(b0 + turn/2)) e^(i X) sin X /
+        // sin(turn/2) with X = turn n/2, a ratio of sines that loses nothing for a nearly
+        // straight arc, and one sine and cosine.
+        const double half = turn_ * steps / 2;
+        const double sine = std::sin(half);
+        const double ratio = turn_ == 0 ? steps : sine * arcPerHalfTurnSine_;
+        const std::complex<double> sum =
+            ratio * std::complex<double>(
+                        arcStartPhase_.real() * std::cos(half) - arcStartPhase_.imag() * sine,
+                        arcStartPhase_.real() * sine + arcStartPhase_.imag() * std::cos(half));
+        return {curve.startX + step * sum.real(), curve.startY + step * sum.imag(),
+                b0 + turn_ * steps};
+    }
+    // The stored sum up to the checkpoint before t_(n-1), then the stretch from there to n - 1
+    // (at most kCheckpointSteps terms of one run) and theta_n itself.
+    const DistanceRun& run = *last.run;
+    const std::int64_t checkpoint = (last.steps - 1 - run.first) / kCheckpointSteps;
+    const std::int64_t index = run.first + checkpoint * kCheckpointSteps;
+    const auto j = static_cast<double>(index - run.first);
+    const double gamma = ramp_ * run.increment / 2;
+    const double beta = turn_ + ramp_ * (run.start + j * run.increment) - gamma;
+    const auto slot = static_cast<std::size_t>(runFirst_[last.runIndex] + checkpoint);
+    std::complex<double> endPhase;
+    const std::complex<double> sum =
+        sums_[slot] +
+        quadraticPhaseEndTerms(phases_[slot], beta, gamma, last.steps - index, endPhase) + endPhase;
+    const double bearing = b0 + turn_ * steps + ramp_ * distanceSumTo(run, last.steps);
+    return {curve.startX + step * sum.real(), curve.startY + step * sum.imag(), bearing};
+}
+
+CurvePoint pointOnElement(const RoadCurve& element, const PreparedCurve& prepared, double s) {
+    if (element.curveType == 0) {
+        return {std::cos(element.startBearing) * s + element.startX,
+                std::sin(element.startBearing) * s + element.startY, element.startBearing};
+    }
+    return prepared.at(element, s);
 }
 
 }  // namespace rcc

@@ -25,10 +25,13 @@ const char* const kNoElementsDK = "-1";
 // alignment (also for +inf or NaN), so the query answers with the last element's end for
 // it and for every chainage a forward step can reach. A chainage in a gap between elements
 // is not past the end: stepping on from it may still enter a later element. An element
-// with a NaN endDK ends nowhere and does not hold the stepping back.
-bool liesPastEveryElement(const std::vector<RoadCurve>& elements, double value) {
-    for (const RoadCurve& element : elements) {
-        if (element.endDK >= value) return false;
+// with a NaN endDK ends nowhere and does not hold the stepping back. Inside each ascending
+// run of elements (`runs`: the first index of each) the last one ends the highest.
+bool liesPastEveryElement(const std::vector<RoadCurve>& elements,
+                          const std::vector<std::size_t>& runs, double value) {
+    for (std::size_t r = 0; r < runs.size(); ++r) {
+        const std::size_t last = (r + 1 < runs.size() ? runs[r + 1] : elements.size()) - 1;
+        if (elements[last].endDK >= value) return false;
     }
     return true;
 }
@@ -62,7 +65,7 @@ double RoadCurvesCalculation::vdApproachMethod(std::string dk, double x, double 
             resultDk = dk;
             return offset;
         }
-        if (!onElement && liesPastEveryElement(elements, value)) {
+        if (!onElement && liesPastEveryElement(elements, elementRuns, value)) {
             // The query fell back to the end of the last element, and so it will for every
             // further step: the same point and bearing, the same step, never a stop. The
             // foot lies on the end tangent produced, `along` beyond the end.

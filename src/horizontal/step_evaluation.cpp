@@ -41,10 +41,10 @@ DistanceRun DistanceRunWalker::next() {
         index_ = 2;
         value_ = step_ + step_;
         sumBefore_ = step_;
-        return {0, 2, 0.0, step_, step_, step_, 0.0L, 0.0};
+        return {0, 2, 0.0, step_, step_, step_, 0.0L, 0.0, 1 / step_};
     }
     const double t = value_;
-    DistanceRun run{index_, 1, t, 0.0, 0.0, t, sumBefore_, drift_};
+    DistanceRun run{index_, 1, t, 0.0, 0.0, t, sumBefore_, drift_, 0.0};
     if (!(t < stall_)) return run;  // terminal: never passed, and never left
 
     const int exponent = std::ilogb(t);
@@ -53,6 +53,7 @@ DistanceRun DistanceRunWalker::next() {
     const double t1 = t + step_;
     const double t2 = t1 + step_;
     run.increment = t1 - t;  // exact: both are multiples of the spacing below 2 * top
+    run.perIncrement = 1 / run.increment;
     // Inside one binade t + step sits at the same place between two neighbouring doubles for
     // every t on the grid, so every sum rounds by the same increment, with one exception: a
     // tie (step an odd number of half spacings), rounded to the even neighbour, where the

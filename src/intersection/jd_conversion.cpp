@@ -191,6 +191,8 @@ int RoadCurvesCalculation::convertJDPointsToRoadCurves(double& inBearing, double
         chain.addStraight(rcc::distanceBetween(V.x, V.y, N.x, N.y) - fit->outTangent);
     }
 
+    const std::size_t firstAdded = elements.size();
     elements.insert(elements.end(), chain.added().begin(), chain.added().end());
+    elementsAppended(firstAdded);
     return rcc::kJDConversionDone;
 }

@@ -92,6 +92,7 @@ int RoadCurvesCalculation::convertBPPointsToVerticalCurves(double& grade1, doubl
     const auto append = [this, &running](RoadVerticalCurve piece) {
         running = {piece.endDK, piece.endElevation};
         verticalCurves.push_back(std::move(piece));
+        piecesAppended(verticalCurves.size() - 1);
     };
 
     // Leading grade line, up to T before the middle point. It is measured from the

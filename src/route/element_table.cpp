@@ -9,11 +9,13 @@ namespace qv::route::detail {
 
 ElementTable::ElementTable(std::vector<RoadCurve> elements) : elements_(std::move(elements)) {
     starts_.reserve(elements_.size() + 1);
+    prepared_.reserve(elements_.size());
     double along = 0.0;
     starts_.push_back(along);
     for (const RoadCurve& e : elements_) {
         along += e.length;
         starts_.push_back(along);
+        prepared_.emplace_back(e);
     }
 }
 
@@ -27,13 +29,7 @@ std::size_t ElementTable::elementAt(double length) const {
 }
 
 rcc::CurvePoint ElementTable::at(std::size_t i, double s) const {
-    const RoadCurve& e = elements_[i];
-    if (e.curveType == static_cast<int>(ElementKind::Line)) {
-        // The library's straight: cos(bearing) * l + start, bearing as stored.
-        return {std::cos(e.startBearing) * s + e.startX, std::sin(e.startBearing) * s + e.startY,
-                e.startBearing};
-    }
-    return rcc::integrateCurve(e, s, e.startCurvature, e.endCurvature, e.length, e.integrationStep);
+    return rcc::pointOnElement(elements_[i], prepared_[i], s);
 }
 
 double ElementTable::curvature(std::size_t i, double s) const {

@@ -11,8 +11,8 @@ namespace qv::route::detail {
 
 /// Elements in route order with the length from the route's start to each. Evaluating
 /// element i at distance s uses exactly the arithmetic of the library's point-at-chainage
-/// query (closed form on straights, the fixed-step sum on curves), so the same s gives the
-/// same bits.
+/// query (closed form on straights, the fixed-step sum on curves, prepared once per element
+/// as the library prepares it), so the same s gives the same bits.
 class ElementTable {
 public:
     ElementTable() = default;
@@ -37,6 +37,7 @@ public:
 private:
     std::vector<RoadCurve> elements_;
     std::vector<double> starts_;  ///< size() + 1 entries; the last is the total length
+    std::vector<rcc::PreparedCurve> prepared_;  ///< one per element
 };
 
 }  // namespace qv::route::detail

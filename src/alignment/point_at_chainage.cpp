@@ -1,5 +1,6 @@
 // Point at chainage: plane point, tangent bearing and design elevation of the route at a
 // chainage text, and the two bearing-between-points functions.
+#include "alignment/alignment.hpp"
 #include "chainage/chainage.hpp"
 #include "horizontal/horizontal.hpp"
 #include "profile/profile.hpp"
@@ -8,13 +9,13 @@
 
 namespace {
 
-// The first element, in stored order, whose inclusive chainage range holds `dk`; a NaN
-// chainage matches none. The mark plays no part in finding the element.
-const RoadCurve* findElement(const std::vector<RoadCurve>& elements, double dk) {
-    for (const RoadCurve& element : elements) {
-        if (element.startDK <= dk && dk <= element.endDK) return &element;
-    }
-    return nullptr;
+// The first element, in stored order, whose inclusive chainage range holds `value`, or
+// elements.size(); a NaN chainage matches none. The mark plays no part in finding it.
+std::size_t findElement(const std::vector<RoadCurve>& elements,
+                        const std::vector<std::size_t>& runs, double value) {
+    return rcc::firstHolding(
+        runs, elements.size(), value, [&](std::size_t i) { return elements[i].startDK; },
+        [&](std::size_t i) { return elements[i].endDK; });
 }
 
 }  // namespace
@@ -22,22 +23,17 @@ const RoadCurve* findElement(const std::vector<RoadCurve>& elements, double dk) 
 bool RoadCurvesCalculation::horizontalPointAt(const std::string& dk, double value, double& x,
                                               double& y, double& bearing) const {
     bearing = rcc::kNoElementsBearing;
-    const RoadCurve* element = findElement(elements, value);
+    const std::size_t index = findElement(elements, elementRuns, value);
+    const RoadCurve* element = index < elements.size() ? &elements[index] : nullptr;
     if (element) {
         // Length from the element's start through the breaks, honouring the mark of dk.
-        const double along = calculateLengthBetween2DKs(rcc::formatDK(element->startDK), dk);
-        if (element->curveType == 0) {
-            x = std::cos(element->startBearing) * along + element->startX;
-            y = std::sin(element->startBearing) * along + element->startY;
-            bearing = element->startBearing;
-        } else {
-            const rcc::CurvePoint p =
-                rcc::integrateCurve(*element, along, element->startCurvature, element->endCurvature,
-                                    element->length, element->integrationStep);
-            x = p.x;
-            y = p.y;
-            bearing = p.bearing;
-        }
+        const double along = rcc::lengthBetween(brokenChains.chains, elementKeys[index].start,
+                                                {value, rcc::isMarkedDK(dk, value)});
+        const rcc::CurvePoint p =
+            rcc::pointOnElement(*element, elementKeys[index].evaluation, along);
+        x = p.x;
+        y = p.y;
+        bearing = p.bearing;
     }
     // Outside every element (or an element whose bearing is the sentinel itself): the end of
     // the last element. Exact comparison against the sentinel value.
@@ -56,18 +52,20 @@ double RoadCurvesCalculation::calculateCoordinatesAndBearing(std::string dk, dou
     double bearing = rcc::kNoElementsBearing;
     if (!elements.empty()) horizontalPointAt(dk, value, x, y, bearing);
 
-    for (const RoadVerticalCurve& piece : verticalCurves) {
-        // The end text is read only once the start is known to lie at or before dk.
-        if (!(value >= rcc::parseDKText(piece.startDK))) continue;
-        if (!(rcc::parseDKText(piece.endDK) >= value)) continue;
-        elevation = rcc::pieceElevation(piece, calculateLengthBetween2DKs(piece.startDK, dk));
-        break;
+    // The first piece in stored order whose [start, end] holds the value.
+    const std::size_t piece = rcc::firstHolding(
+        pieceRuns, pieceKeys.size(), value, [&](std::size_t i) { return pieceKeys[i].start.value; },
+        [&](std::size_t i) { return pieceKeys[i].endValue; });
+    if (piece < pieceKeys.size()) {
+        const double along = rcc::lengthBetween(brokenChains.chains, pieceKeys[piece].start,
+                                                {value, rcc::isMarkedDK(dk, value)});
+        elevation = rcc::pieceElevation(verticalCurves[piece], along);
     }
     return bearing;
 }
 
 bool RoadCurvesCalculation::isDKOnAlignment(std::string dk) const {
-    return findElement(elements, rcc::parseDKText(dk)) != nullptr;
+    return findElement(elements, elementRuns, rcc::parseDKText(dk)) < elements.size();
 }
 
 double calculateBearing(double x1, double y1, double x2, double y2) {
