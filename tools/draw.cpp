@@ -1102,7 +1102,7 @@ void drawRoute(const Route& route, const std::string& title, const std::string& 
                const DrawOptions& options, const FormatOptions& format) {
     const bool svg = endsWith(path, ".svg");
     if (!svg && !endsWith(path, ".png")) {
-        throw InputError(path + ": the drawing's file name must end in .png or .svg");
+        throw InputError(path + ": the drawing's file name must end in .png, .svg or .dxf");
     }
     checkOptions(route, options);
     const std::vector<Sample> samples = sampleRoute(route);
