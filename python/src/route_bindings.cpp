@@ -307,6 +307,12 @@ py::list curves(const RouteHandle& h) {
         d["out_transition_length"] = c.outTransitionLength;
         d["in_parameter"] = c.inParameter;
         d["out_parameter"] = c.outParameter;
+        d["in_angle"] = c.inAngle;
+        d["out_angle"] = c.outAngle;
+        d["in_shift"] = c.inShift;
+        d["out_shift"] = c.outShift;
+        d["in_extension"] = c.inExtension;
+        d["out_extension"] = c.outExtension;
         d["in_bearing"] = c.inBearing;
         d["out_bearing"] = c.outBearing;
         d["deflection"] = c.deflection;

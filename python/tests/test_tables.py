@@ -44,6 +44,11 @@ def test_curve_values_follow_from_the_intersection_points(example):
     assert first["turn"] == -1
     assert first["radius"] == 800.0
     assert first["in_parameter"] == pytest.approx(math.sqrt(800.0 * 120.0), abs=EXACT)
+    # Transition L 120 onto R 800: angle L / 2R = 0.075 rad, shift p = 120^2/(24 * 800)
+    # - 120^4/(2688 * 800^3) = 0.749849, extension q = 60 - 120^3/(240 * 800^2) = 59.98875.
+    assert first["in_angle"] == pytest.approx(0.075, abs=EXACT)
+    assert first["in_shift"] == pytest.approx(0.749849330, abs=1e-9)
+    assert first["out_extension"] == pytest.approx(59.98875, abs=EXACT)
     # The third curve has no transitions: its arc is the whole curve, R |deflection| long.
     assert third["in_transition_length"] == 0.0
     assert third["curve_length"] == pytest.approx(1000.0 * abs(third["deflection"]), abs=FITTED)
