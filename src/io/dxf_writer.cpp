@@ -440,11 +440,7 @@ private:
         table("BLOCK_RECORD", blockRecords, 2);
         for (const auto& [own, name] :
              {std::pair{modelSpace_, "*Model_Space"}, std::pair{paperSpace, "*Paper_Space"}}) {
-            head.code(0, "BLOCK_RECORD");
-            head.code(5, own);
-            head.code(330, blockRecords);
-            head.code(100, "AcDbSymbolTableRecord");
-            head.code(100, "AcDbBlockTableRecord");
+            record("BLOCK_RECORD", blockRecords, own, "AcDbBlockTableRecord");
             head.code(2, name);
         }
         head.code(0, "ENDTAB");
